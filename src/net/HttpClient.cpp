@@ -1,0 +1,98 @@
+#include "net/HttpClient.h"
+
+#include <QCoroNetworkReply>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QTimer>
+#include <memory>
+
+namespace net {
+
+HttpClient::HttpClient(QByteArray userAgent, QObject *parent)
+    : QObject(parent), m_userAgent(std::move(userAgent)), m_manager(new QNetworkAccessManager(this))
+{
+}
+
+HttpClient::~HttpClient()
+{
+    // Aborting finishes each reply, so every awaiting coroutine resumes (and sees a failure)
+    // instead of waiting forever on a reply that is about to be deleted.
+    const auto replies = m_manager->findChildren<QNetworkReply *>();
+    for (QNetworkReply *reply : replies)
+        reply->abort();
+}
+
+QCoro::Task<HttpResponse> HttpClient::get(const QUrl &url, std::chrono::milliseconds timeout)
+{
+    HttpRequest request;
+    request.url = url;
+    request.timeout = timeout;
+    return send(std::move(request));
+}
+
+QCoro::Task<HttpResponse> HttpClient::send(HttpRequest request)
+{
+    if (m_timeoutLimit)
+        request.timeout = std::min(request.timeout, *m_timeoutLimit);
+    QNetworkRequest networkRequest(request.url);
+    networkRequest.setRawHeader("User-Agent", m_userAgent);
+    for (const auto &[name, value] : std::as_const(request.headers))
+        networkRequest.setRawHeader(name, value);
+    networkRequest.setTransferTimeout(int(request.timeout.count()));
+    networkRequest.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
+                                QNetworkRequest::ManualRedirectPolicy);
+
+    QNetworkReply *reply =
+        request.body.isEmpty() && request.method == "GET"
+            ? m_manager->get(networkRequest)
+            : m_manager->sendCustomRequest(networkRequest, request.method, request.body);
+    const std::unique_ptr<QNetworkReply, void (*)(QNetworkReply *)> owner(
+        reply, [](QNetworkReply *r) { r->deleteLater(); });
+
+    // Decided as soon as it is known, so a refused body is never downloaded, let alone read.
+    struct Exchange
+    {
+        int status = 0;
+        bool refused = false;
+    };
+    auto exchange = std::make_shared<Exchange>();
+    const qint64 maxBody = m_maxBodyBytes;
+    connect(reply, &QNetworkReply::metaDataChanged, reply, [reply, exchange, maxBody] {
+        exchange->status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+        const qint64 announced = reply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
+        if (exchange->status != 200 || announced > maxBody) {
+            exchange->refused = true;
+            // Queued: Qt is still reporting the status error of this reply right now.
+            QMetaObject::invokeMethod(reply, &QNetworkReply::abort, Qt::QueuedConnection);
+        }
+    });
+    connect(reply, &QNetworkReply::readyRead, reply, [reply, exchange, maxBody] {
+        if (reply->bytesAvailable() > maxBody) {
+            exchange->refused = true;
+            reply->abort();
+        }
+    });
+    auto *deadline = new QTimer(reply);
+    deadline->setSingleShot(true);
+    connect(deadline, &QTimer::timeout, reply, &QNetworkReply::abort);
+    deadline->start(request.timeout * m_totalTimeoutFactor);
+
+    co_await reply;
+
+    HttpResponse response;
+    response.status = exchange->status
+                          ? exchange->status
+                          : reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    if (!exchange->refused && reply->error() == QNetworkReply::NoError && response.status == 200) {
+        QByteArray body = reply->readAll();
+        // A connection cut mid-body can still end without an error; the length tells.
+        const QVariant announced = reply->header(QNetworkRequest::ContentLengthHeader);
+        if (!announced.isValid() || announced.toLongLong() == body.size()) {
+            response.body = std::move(body);
+            response.ok = true;
+        }
+    }
+    co_return response;
+}
+
+} // namespace net
