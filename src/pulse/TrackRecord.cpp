@@ -1,0 +1,70 @@
+#include "pulse/TrackRecord.h"
+
+#include "net/Flexible.h"
+#include "net/StrictJson.h"
+
+std::optional<double> TrackRecord::returnPct() const
+{
+    return consolidated ? consolidated->returnPct : std::nullopt;
+}
+
+std::optional<double> TrackRecord::vsSpyPct() const
+{
+    return consolidated ? consolidated->returnVsSpyPct : std::nullopt;
+}
+
+qint64 TrackRecord::openPositions() const
+{
+    qint64 sum = 0;
+    for (const Account &account : accounts.value_or(QList<Account>())) {
+        // A count past 64 bits is nonsense no screen could show; stop rather than wrap.
+        if (__builtin_add_overflow(sum, account.positions.value_or(0), &sum))
+            qFatal("open position count overflows");
+    }
+    return sum;
+}
+
+std::optional<QDateTime> TrackRecord::lastUpdateTime() const
+{
+    return lastUpdate ? net::flexible(*lastUpdate) : std::nullopt;
+}
+
+std::optional<TrackRecord> decodeTrackRecord(const QByteArray &body)
+{
+    const auto root = net::parseObject(body);
+    if (!root)
+        return std::nullopt;
+    net::StrictReader read;
+    TrackRecord record;
+    record.hasData = read.boolean(*root, "has_data");
+    if (const net::Json *consolidated = read.object(*root, "consolidated")) {
+        record.consolidated = TrackRecord::Consolidated{
+            read.number(*consolidated, "return_pct"),
+            read.number(*consolidated, "return_vs_spy_pct"),
+            read.number(*consolidated, "total_equity"),
+        };
+    }
+    record.accounts = read.array(*root, "accounts", [&read](const net::Json &value) {
+        const net::Json *account = read.object(value);
+        return account ? std::optional(TrackRecord::Account{read.integer(*account, "positions")})
+                       : std::nullopt;
+    });
+    record.lastUpdate = read.string(*root, "last_update");
+    if (read.failed())
+        return std::nullopt;
+    return record;
+}
+
+std::optional<Stats> decodeStats(const QByteArray &body)
+{
+    const auto root = net::parseObject(body);
+    if (!root)
+        return std::nullopt;
+    net::StrictReader read;
+    Stats stats;
+    stats.sparkline = read.array(*root, "sparkline",
+                                 [&read](const net::Json &value) { return read.number(value); });
+    if (read.failed())
+        return std::nullopt;
+    return stats;
+}
