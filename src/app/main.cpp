@@ -1,0 +1,36 @@
+#include "app/Headless.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <cstdio>
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication::setOrganizationName(QStringLiteral("mireo"));
+    QCoreApplication::setApplicationName(QStringLiteral("pulse"));
+    QCoreApplication::setApplicationVersion(QStringLiteral("0.1.0"));
+    QCoreApplication app(argc, argv);
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Mireo Pulse: the service's track record and your account at a glance."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption printTitle(QStringLiteral("print-title"),
+                                        QStringLiteral("Print the menu-bar title once and exit."));
+    const QCommandLineOption statusJson(
+        QStringLiteral("status-json"), QStringLiteral("Print the current state as JSON and exit."));
+    parser.addOption(printTitle);
+    parser.addOption(statusJson);
+    parser.process(app);
+
+    if (parser.isSet(statusJson))
+        return runHeadless(HeadlessOutput::StatusJson);
+    if (parser.isSet(printTitle))
+        return runHeadless(HeadlessOutput::Title);
+
+    std::fputs("mireo-pulse: the desktop shell is not part of this build yet; "
+               "use --print-title or --status-json.\n",
+               stderr);
+    return 2;
+}
