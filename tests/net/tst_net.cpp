@@ -1,0 +1,92 @@
+#include "net/FixedDecimal.h"
+#include "net/Flexible.h"
+
+#include <QTest>
+#include <cmath>
+
+class TestNet : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void flexibleParses_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("utc"); // empty: must not parse
+
+        QTest::newRow("Z with millis") << "2025-03-07T14:30:05.123Z"
+                                       << "2025-03-07T14:30:05.123Z";
+        QTest::newRow("negative offset") << "2025-03-07T09:30:05.123-05:00"
+                                         << "2025-03-07T14:30:05.123Z";
+        QTest::newRow("positive offset crosses midnight") << "2025-03-08T01:00:00.5+02:00"
+                                                          << "2025-03-07T23:00:00.500Z";
+        QTest::newRow("microseconds") << "2025-03-07T14:30:05.123456Z"
+                                      << "2025-03-07T14:30:05.123Z";
+        QTest::newRow("no fraction") << "2025-03-07T14:30:05Z"
+                                     << "";
+        QTest::newRow("no zone") << "2025-03-07T14:30:05.123"
+                                 << "";
+        QTest::newRow("offset without colon") << "2025-03-07T14:30:05.123+0000"
+                                              << "";
+        QTest::newRow("space for T") << "2025-03-07 14:30:05.123Z"
+                                     << "";
+        QTest::newRow("lower-case t") << "2025-03-07t14:30:05.123Z"
+                                      << "";
+        QTest::newRow("hour 24") << "2025-03-07T24:00:00.000Z"
+                                 << "";
+        QTest::newRow("30 February") << "2025-02-30T10:00:00.000Z"
+                                     << "";
+        QTest::newRow("empty dot") << "2025-03-07T14:30:05.Z"
+                                   << "";
+        QTest::newRow("trailing text") << "2025-03-07T14:30:05.123Zx"
+                                       << "";
+        QTest::newRow("empty") << ""
+                               << "";
+    }
+    void flexibleParses()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, utc);
+        const auto parsed = net::flexible(text);
+        QCOMPARE(parsed.has_value(), !utc.isEmpty());
+        if (parsed)
+            QCOMPARE(net::isoUtcMillis(*parsed), utc);
+    }
+
+    void fixedDecimalRoundsLikePrintf_data()
+    {
+        QTest::addColumn<double>("value");
+        QTest::addColumn<int>("decimals");
+        QTest::addColumn<QString>("text");
+
+        QTest::newRow("rounds down") << 12.345 << 1 << "12.3";
+        QTest::newRow("negative") << -3.21 << 1 << "-3.2";
+        QTest::newRow("negative zero keeps its sign") << -0.0 << 1 << "-0.0";
+        QTest::newRow("small negative rounds to -0.0") << -0.04 << 1 << "-0.0";
+        QTest::newRow("exact half to even") << 0.5 << 0 << "0";
+        QTest::newRow("exact half to even, odd") << 1.5 << 0 << "2";
+        QTest::newRow("binary above the half") << 0.05 << 1 << "0.1";
+        QTest::newRow("exact quarter") << 0.25 << 1 << "0.2";
+        QTest::newRow("two places") << 187.5 << 2 << "187.50";
+        QTest::newRow("large") << 1e15 << 1 << "1000000000000000.0";
+    }
+    void fixedDecimalRoundsLikePrintf()
+    {
+        QFETCH(double, value);
+        QFETCH(int, decimals);
+        QFETCH(QString, text);
+        QCOMPARE(net::fixedDecimal(value, decimals), text);
+    }
+
+    void fixedDecimalIgnoresTheLocale()
+    {
+        const QLocale before;
+        QLocale::setDefault(QLocale(QLocale::Portuguese, QLocale::Portugal));
+        std::setlocale(LC_NUMERIC, "pt_PT.UTF-8"); // may be missing; harmless then
+        QCOMPARE(net::fixedDecimal(1234.5, 1), QStringLiteral("1234.5"));
+        std::setlocale(LC_NUMERIC, "C");
+        QLocale::setDefault(before);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestNet)
+#include "tst_net.moc"

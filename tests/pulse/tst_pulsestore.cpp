@@ -1,0 +1,393 @@
+#include "net/Flexible.h"
+#include "net/HttpClient.h"
+#include "pulse/PulseStore.h"
+#include "settings/MireoConfig.h"
+#include "support/StandinFixture.h"
+#include "support/TestSupport.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace std::chrono_literals;
+
+namespace {
+const QString trackRecordPath = QStringLiteral("/api/public/track-record");
+const QString statsPath = QStringLiteral("/api/public/stats");
+const QByteArray goodRecord = R"({"has_data":true,"consolidated":{"return_pct":12.345,
+    "return_vs_spy_pct":-1.25,"total_equity":112345.0},"accounts":[{"positions":2},{"positions":3}],
+    "last_update":"2025-03-07T14:30:05.123Z"})";
+const QString offlineWithNumbers = QStringLiteral("offline \u2014 showing last known numbers");
+
+QByteArray series(int length)
+{
+    QByteArray body = "{\"sparkline\":[";
+    for (int i = 0; i < length; ++i)
+        body += (i ? "," : "") + QByteArray::number(i);
+    return body + "]}";
+}
+
+QList<double> range(int from, int to)
+{
+    QList<double> values;
+    for (int i = from; i < to; ++i)
+        values.append(i);
+    return values;
+}
+} // namespace
+
+class TestPulseStore : public QObject
+{
+    Q_OBJECT
+
+    // Everything one store needs, against one stand-in.
+    struct Rig
+    {
+        testing::StandinFixture standin;
+        net::HttpClient http{QByteArray(MireoConfig::userAgent)};
+        testing::TempDefaults defaults;
+        testing::ManualClock clock;
+        std::unique_ptr<PulseStore> store;
+
+        Rig() { http.setTimeoutLimit(testing::shortTimeout); }
+        PulseStore &start(const QUrl &url = {})
+        {
+            store = std::make_unique<PulseStore>(http, *defaults, clock,
+                                                 url.isEmpty() ? standin.url() : url);
+            return *store;
+        }
+        // Waits for the refreshes started so far (the creation's included) to finish.
+        bool settle(int refreshes = 1)
+        {
+            QSignalSpy finished(store.get(), &PulseStore::refreshFinished);
+            return QTest::qWaitFor([&] { return finished.count() >= refreshes; }, 5000);
+        }
+        bool refreshAndSettle()
+        {
+            store->refresh();
+            return settle();
+        }
+    };
+
+private Q_SLOTS:
+    void init()
+    {
+        Defaults::shared().setString(QStringLiteral("app.language"), QStringLiteral("en"));
+    }
+
+    void successPublishesCachesAndTrims()
+    {
+        Rig rig;
+        rig.standin.answer(trackRecordPath, 200, goodRecord);
+        rig.standin.answer(statsPath, 200, series(45));
+        PulseStore &store = rig.start();
+        QVERIFY(rig.settle());
+
+        QCOMPARE(store.returnPct(), 12.345);
+        QCOMPARE(store.vsSpyPct(), -1.25);
+        QCOMPARE(store.openPositions(), 5);
+        QCOMPARE(store.lastUpdate(), net::flexible(u"2025-03-07T14:30:05.123Z"));
+        QCOMPARE(store.fetchedAt(), rig.clock.now());
+        QCOMPARE(store.lastError(), std::nullopt);
+        QVERIFY(!store.refreshing());
+        QCOMPARE(store.sparkline(), range(15, 45));
+        QCOMPARE(store.menuTitle(), QStringLiteral("M +12.3%"));
+
+        rig.defaults.reopen();
+        QCOMPARE(rig.defaults->date(QStringLiteral("cache.pulse.fetchedAt")), rig.clock.now());
+        QCOMPARE(rig.defaults->number(QStringLiteral("cache.pulse.returnPct")), 12.345);
+        QCOMPARE(rig.defaults->number(QStringLiteral("cache.pulse.vsSpy")), -1.25);
+        QCOMPARE(rig.defaults->integer(QStringLiteral("cache.pulse.positions")), 5);
+        QCOMPARE(rig.defaults->date(QStringLiteral("cache.pulse.lastUpdate")), store.lastUpdate());
+
+        const auto requests = rig.standin.server.requests();
+        QCOMPARE(requests.size(), 2);
+        QCOMPARE(requests[0].path, trackRecordPath);
+        QCOMPARE(requests[1].path, statsPath);
+        for (const auto &request : requests) {
+            QCOMPARE(request.method, QStringLiteral("GET"));
+            QVERIFY(request.query.isEmpty());
+            QVERIFY(request.body.isEmpty());
+            QStringList names;
+            for (const auto &[name, value] : request.headers) {
+                names << QString::fromLatin1(name).toLower();
+                if (name.compare("user-agent", Qt::CaseInsensitive) == 0)
+                    QCOMPARE(value, QByteArray("MireoDesktopNative/0.1"));
+            }
+            QVERIFY(names.contains(QStringLiteral("user-agent")));
+            QVERIFY(!names.contains(QStringLiteral("accept")));
+            QVERIFY(!names.contains(QStringLiteral("authorization")));
+        }
+    }
+
+    void failureKeepsTheLastNumbers_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<int>("repeat");
+        QTest::addColumn<int>("delayMs");
+        QTest::addColumn<bool>("drop");
+
+        QTest::newRow("500") << 500 << goodRecord << 1 << 0 << false;
+        QTest::newRow("503") << 503 << QByteArray() << 1 << 0 << false;
+        QTest::newRow("404") << 404 << goodRecord << 1 << 0 << false;
+        QTest::newRow("401") << 401 << goodRecord << 1 << 0 << false;
+        QTest::newRow("204") << 204 << QByteArray() << 1 << 0 << false;
+        QTest::newRow("301") << 301 << goodRecord << 1 << 0 << false;
+        QTest::newRow("201 with a good body") << 201 << goodRecord << 1 << 0 << false;
+        QTest::newRow("not JSON") << 200 << QByteArray("<html>oops</html>") << 1 << 0 << false;
+        QTest::newRow("array at the top") << 200 << QByteArray("[1]") << 1 << 0 << false;
+        QTest::newRow("wrong types")
+            << 200 << QByteArray(R"({"has_data":"yes"})") << 1 << 0 << false;
+        QTest::newRow("empty body") << 200 << QByteArray() << 1 << 0 << false;
+        QTest::newRow("50 MB body") << 200 << QByteArray(1024, ' ') << 50 * 1024 << 0 << false;
+        QTest::newRow("slower than the time-out") << 200 << goodRecord << 1 << 1500 << false;
+        QTest::newRow("cut mid-body") << 200 << goodRecord << 1 << 0 << true;
+    }
+    void failureKeepsTheLastNumbers()
+    {
+        QFETCH(int, status);
+        QFETCH(QByteArray, body);
+        QFETCH(int, repeat);
+        QFETCH(int, delayMs);
+        QFETCH(bool, drop);
+
+        Rig rig;
+        rig.standin.answer(trackRecordPath, 200, goodRecord);
+        rig.standin.answer(statsPath, 200, series(5));
+        PulseStore &store = rig.start();
+        QVERIFY(rig.settle());
+        const auto fetchedAt = store.fetchedAt();
+
+        standin::Override failure;
+        failure.status = status;
+        failure.body = body;
+        failure.repeat = repeat;
+        failure.delayMs = delayMs;
+        failure.drop = drop;
+        rig.standin.server.overrideNext(trackRecordPath, failure);
+        rig.standin.server.clearRequests();
+        rig.clock.set(rig.clock.now().addSecs(600));
+        QVERIFY(rig.refreshAndSettle());
+
+        QCOMPARE(store.lastError(), offlineWithNumbers);
+        QCOMPARE(store.returnPct(), 12.345);
+        QCOMPARE(store.openPositions(), 5);
+        QCOMPARE(store.fetchedAt(), fetchedAt);
+        QCOMPARE(store.sparkline(), range(0, 5));
+        QVERIFY(!store.refreshing());
+        // No statistics request follows a failed record.
+        QCOMPARE(rig.standin.server.requests().size(), 1);
+        rig.defaults.reopen();
+        QCOMPARE(rig.defaults->date(QStringLiteral("cache.pulse.fetchedAt")), fetchedAt);
+        QCOMPARE(rig.defaults->number(QStringLiteral("cache.pulse.returnPct")), 12.345);
+    }
+
+    void failureWithNothingShownSaysOffline_data()
+    {
+        QTest::addColumn<QString>("language");
+        QTest::addColumn<QString>("line");
+        QTest::newRow("en") << "en"
+                            << "offline";
+        QTest::newRow("pt") << "pt"
+                            << "offline";
+    }
+    void failureWithNothingShownSaysOffline()
+    {
+        QFETCH(QString, language);
+        QFETCH(QString, line);
+        Defaults::shared().setString(QStringLiteral("app.language"), language);
+        Rig rig;
+        PulseStore &store = rig.start(testing::refusingUrl());
+        QCOMPARE(store.menuTitle(), QStringLiteral("M\u00B7"));
+        QVERIFY(rig.settle());
+        QCOMPARE(store.lastError(), line);
+        QCOMPARE(store.menuTitle(), QStringLiteral("M\u00B7"));
+        QVERIFY(!rig.defaults->date(QStringLiteral("cache.pulse.fetchedAt")));
+    }
+
+    void linesFollowTheLanguageOfTheMoment_data()
+    {
+        QTest::addColumn<QString>("language");
+        QTest::addColumn<QByteArray>("record");
+        QTest::addColumn<QString>("line");
+
+        QTest::newRow("building, en")
+            << "en" << QByteArray(R"({"has_data":false})") << "building the record";
+        QTest::newRow("building, pt")
+            << "pt" << QByteArray(R"({})") << "livro em constru\u00E7\u00E3o";
+        QTest::newRow("offline, pt") << "pt" << QByteArray("nope")
+                                     << "offline \u2014 a mostrar os \u00FAltimos n\u00FAmeros";
+    }
+    void linesFollowTheLanguageOfTheMoment()
+    {
+        QFETCH(QString, language);
+        QFETCH(QByteArray, record);
+        QFETCH(QString, line);
+        Rig rig;
+        rig.standin.answer(trackRecordPath, 200, goodRecord);
+        rig.standin.answer(statsPath, 200, series(3));
+        PulseStore &store = rig.start();
+        QVERIFY(rig.settle());
+
+        Defaults::shared().setString(QStringLiteral("app.language"), language);
+        rig.standin.answer(trackRecordPath, 200, record);
+        rig.clock.set(rig.clock.now().addSecs(60));
+        QVERIFY(rig.refreshAndSettle());
+        QCOMPARE(store.lastError(), line);
+        // Neither outcome touches the numbers, their time or the series.
+        QCOMPARE(store.returnPct(), 12.345);
+        QCOMPARE(store.fetchedAt(), rig.clock.now().addSecs(-60));
+        QCOMPARE(store.sparkline(), range(0, 3));
+    }
+
+    void recordWithoutConsolidatedClearsTheNumber()
+    {
+        Rig rig;
+        rig.standin.answer(trackRecordPath, 200, goodRecord);
+        PulseStore &store = rig.start();
+        QVERIFY(rig.settle());
+        rig.standin.answer(trackRecordPath, 200, R"({"has_data":true})");
+        QVERIFY(rig.refreshAndSettle());
+        QCOMPARE(store.returnPct(), std::nullopt);
+        QCOMPARE(store.openPositions(), 0);
+        QCOMPARE(store.lastError(), std::nullopt);
+        QCOMPARE(store.menuTitle(), QStringLiteral("M\u00B7"));
+        rig.defaults.reopen();
+        QVERIFY(!rig.defaults->number(QStringLiteral("cache.pulse.returnPct")));
+        QVERIFY(!rig.defaults->date(QStringLiteral("cache.pulse.lastUpdate")));
+        QVERIFY(rig.defaults->date(QStringLiteral("cache.pulse.fetchedAt")));
+    }
+
+    void aRestartShowsTheCacheAtOnce()
+    {
+        Rig rig;
+        rig.standin.answer(trackRecordPath, 200,
+                           R"({"has_data":true,"consolidated":{"return_pct":-0.0}})");
+        rig.start();
+        QVERIFY(rig.settle());
+        rig.store.reset();
+        rig.defaults.reopen();
+
+        // A second launch, offline: the cached numbers show before any answer, and stay.
+        PulseStore &again = rig.start(testing::refusingUrl());
+        QCOMPARE(again.menuTitle(), QStringLiteral("M +-0.0%"));
+        QCOMPARE(again.fetchedAt(), rig.clock.now());
+        QVERIFY(rig.settle());
+        QCOMPARE(again.lastError(), offlineWithNumbers);
+        QCOMPARE(again.menuTitle(), QStringLiteral("M +-0.0%"));
+    }
+
+    void cacheWithoutFetchTimeRestoresNothing()
+    {
+        Rig rig;
+        rig.defaults->setNumber(QStringLiteral("cache.pulse.returnPct"), 4.0);
+        rig.defaults->setInteger(QStringLiteral("cache.pulse.positions"), 3);
+        PulseStore &store = rig.start(testing::refusingUrl());
+        QCOMPARE(store.returnPct(), std::nullopt);
+        QCOMPARE(store.openPositions(), 0);
+        rig.defaults->setDate(QStringLiteral("cache.pulse.fetchedAt"), rig.clock.now());
+        PulseStore &restored = rig.start(testing::refusingUrl());
+        QCOMPARE(restored.menuTitle(), QStringLiteral("M +4.0%"));
+        QCOMPARE(restored.openPositions(), 3);
+        QVERIFY(rig.settle());
+    }
+
+    void statsRules_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("stats");
+        QTest::addColumn<QList<double>>("expected");
+
+        const QList<double> before = range(100, 110);
+        QTest::newRow("two values keep the old series") << 200 << series(2) << before;
+        QTest::newRow("three values are enough") << 200 << series(3) << range(0, 3);
+        QTest::newRow("thirty kept whole") << 200 << series(30) << range(0, 30);
+        QTest::newRow("thirty-one lose the first") << 200 << series(31) << range(1, 31);
+        QTest::newRow("failed stats are silent") << 500 << series(10) << before;
+        QTest::newRow("no series is silent") << 200 << QByteArray("{}") << before;
+        QTest::newRow("bad series is silent")
+            << 200 << QByteArray(R"({"sparkline":"x"})") << before;
+    }
+    void statsRules()
+    {
+        QFETCH(int, status);
+        QFETCH(QByteArray, stats);
+        QFETCH(QList<double>, expected);
+        Rig rig;
+        rig.standin.answer(trackRecordPath, 200, goodRecord, 2);
+        rig.standin.answer(statsPath, 200,
+                           R"({"sparkline":[100,101,102,103,104,105,106,107,108,109]})");
+        PulseStore &store = rig.start();
+        QVERIFY(rig.settle());
+        rig.standin.answer(statsPath, status, stats);
+        QVERIFY(rig.refreshAndSettle());
+        QCOMPARE(store.sparkline(), expected);
+        QCOMPARE(store.lastError(), std::nullopt);
+    }
+
+    void overlappingRefreshesLastAnswerWins()
+    {
+        Rig rig;
+        rig.start();
+        standin::Override slow;
+        slow.body = R"({"has_data":true,"consolidated":{"return_pct":1.0}})";
+        slow.delayMs = 150;
+        rig.standin.server.overrideNext(trackRecordPath, slow);
+        rig.standin.answer(trackRecordPath, 200,
+                           R"({"has_data":true,"consolidated":{"return_pct":2.0}})");
+        // This call asks first and gets the slow answer; the creation's refresh asks next and
+        // is answered first. No guard: the answer that arrives last writes last.
+        rig.store->refresh();
+        QVERIFY(rig.settle(2));
+        QCOMPARE(rig.store->returnPct(), 1.0);
+    }
+
+    void aStoreGoneMidRequestIsLeftAlone()
+    {
+        Rig rig;
+        standin::Override slow;
+        slow.body = goodRecord;
+        slow.delayMs = 100;
+        rig.standin.server.overrideNext(trackRecordPath, slow);
+        rig.start();
+        QTRY_COMPARE(rig.standin.server.requests().size(), 1);
+        rig.store.reset();
+        QTest::qWait(250); // the answer arrives for nobody
+        QVERIFY(!rig.defaults->date(QStringLiteral("cache.pulse.fetchedAt")));
+    }
+
+    void title_data()
+    {
+        QTest::addColumn<QVariant>("returnPct");
+        QTest::addColumn<QString>("title");
+        QTest::newRow("positive") << QVariant(12.345) << "M +12.3%";
+        QTest::newRow("negative") << QVariant(-3.21) << "M -3.2%";
+        QTest::newRow("zero") << QVariant(0.0) << "M +0.0%";
+        QTest::newRow("negative zero") << QVariant(-0.0) << "M +-0.0%";
+        QTest::newRow("rounds to negative zero") << QVariant(-0.04) << "M -0.0%";
+        QTest::newRow("rounds up past 100") << QVariant(99.95) << "M +100.0%";
+        QTest::newRow("absent") << QVariant() << "M\u00B7";
+    }
+    void title()
+    {
+        QFETCH(QVariant, returnPct);
+        QFETCH(QString, title);
+        const auto value = returnPct.isValid() ? std::optional(returnPct.toDouble()) : std::nullopt;
+        QCOMPARE(PulseStore::titleFor(value), title);
+        // The same in Portuguese and under a comma-decimal locale.
+        Defaults::shared().setString(QStringLiteral("app.language"), QStringLiteral("pt"));
+        QLocale::setDefault(QLocale(QLocale::Portuguese, QLocale::Portugal));
+        QCOMPARE(PulseStore::titleFor(value), title);
+        QLocale::setDefault(QLocale::c());
+    }
+};
+
+int main(int argc, char *argv[])
+{
+    QTemporaryDir home;
+    qputenv("XDG_CONFIG_HOME", home.path().toUtf8());
+    QCoreApplication app(argc, argv);
+    TestPulseStore test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "tst_pulsestore.moc"

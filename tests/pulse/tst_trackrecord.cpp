@@ -1,0 +1,133 @@
+#include "pulse/TrackRecord.h"
+
+#include <QTest>
+#include <cmath>
+
+// A QVariant column: invalid means "absent".
+static QVariant absent()
+{
+    return QVariant();
+}
+
+class TestTrackRecord : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void decodesTrackRecord_data()
+    {
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<bool>("decodable");
+        QTest::addColumn<bool>("hasData");
+        QTest::addColumn<QVariant>("returnPct");
+        QTest::addColumn<QVariant>("vsSpyPct");
+        QTest::addColumn<qint64>("positions");
+        QTest::addColumn<QString>("lastUpdate"); // UTC with millis, empty when absent
+
+        const QByteArray full = R"({"has_data":true,"consolidated":{"return_pct":12.345,
+            "return_vs_spy_pct":-1.5,"total_equity":112345.6},"accounts":[{"positions":3,
+            "name":"a"},{"positions":4}],"last_update":"2025-03-07T14:30:05.123Z","extra":[1]})";
+        QTest::newRow("full") << full << true << true << QVariant(12.345) << QVariant(-1.5)
+                              << qint64(7) << "2025-03-07T14:30:05.123Z";
+        QTest::newRow("only has_data") << QByteArray(R"({"has_data":true})") << true << true
+                                       << absent() << absent() << qint64(0) << "";
+        QTest::newRow("has_data absent counts as false")
+            << QByteArray("{}") << true << false << absent() << absent() << qint64(0) << "";
+        QTest::newRow("null and empty accounts sum what is there")
+            << QByteArray(R"({"accounts":[{"positions":2},{"positions":null},{}]})") << true
+            << false << absent() << absent() << qint64(2) << "";
+        QTest::newRow("integral float is an integer")
+            << QByteArray(R"({"accounts":[{"positions":2.0},{"positions":1e1}]})") << true << false
+            << absent() << absent() << qint64(12) << "";
+        QTest::newRow("nulls are absent")
+            << QByteArray(R"({"has_data":null,"consolidated":{"return_pct":null},"accounts":null,
+                "last_update":null})")
+            << true << false << absent() << absent() << qint64(0) << "";
+        QTest::newRow("timestamp without fraction is absent, the rest kept")
+            << QByteArray(R"({"has_data":true,"consolidated":{"return_pct":1},
+                "last_update":"2025-03-07T14:30:05Z"})")
+            << true << true << QVariant(1.0) << absent() << qint64(0) << "";
+
+        const auto broken = [](const char *name, const char *body) {
+            QTest::newRow(name) << QByteArray(body) << false << false << absent() << absent()
+                                << qint64(0) << "";
+        };
+        broken("fraction for an integer", R"({"accounts":[{"positions":2.5}]})");
+        broken("string for a number", R"({"consolidated":{"return_pct":"12.3"}})");
+        broken("number for a boolean", R"({"has_data":1})");
+        broken("string for a boolean", R"({"has_data":"true"})");
+        broken("number for a timestamp", R"({"last_update":1741357805})");
+        broken("unused equity still typed", R"({"consolidated":{"total_equity":"lots"}})");
+        broken("object for the accounts", R"({"accounts":{"positions":1}})");
+        broken("null account", R"({"accounts":[null]})");
+        broken("number account", R"({"accounts":[3]})");
+        broken("integer out of range", R"({"accounts":[{"positions":1e19}]})");
+        broken("unsigned out of range", R"({"accounts":[{"positions":9223372036854775808}]})");
+        broken("number too large for a double", R"({"consolidated":{"return_pct":1e400}})");
+        broken("bad UTF-8 in a string", "{\"last_update\":\"\xff\"}");
+        broken("array for consolidated", R"({"consolidated":[]})");
+        broken("top level array", "[]");
+        broken("top level string", R"("has_data")");
+        broken("not JSON", "<html>502 Bad Gateway</html>");
+        broken("empty", "");
+        broken("cut off", R"({"has_data":true,"consolidated":{"return_pct":1)");
+    }
+    void decodesTrackRecord()
+    {
+        QFETCH(QByteArray, body);
+        QFETCH(bool, decodable);
+        const auto record = decodeTrackRecord(body);
+        QCOMPARE(record.has_value(), decodable);
+        if (!record)
+            return;
+        QFETCH(bool, hasData);
+        QFETCH(QVariant, returnPct);
+        QFETCH(QVariant, vsSpyPct);
+        QFETCH(qint64, positions);
+        QFETCH(QString, lastUpdate);
+        QCOMPARE(record->hasData.value_or(false), hasData);
+        QCOMPARE(record->returnPct().has_value(), returnPct.isValid());
+        if (returnPct.isValid())
+            QCOMPARE(*record->returnPct(), returnPct.toDouble());
+        QCOMPARE(record->vsSpyPct().has_value(), vsSpyPct.isValid());
+        if (vsSpyPct.isValid())
+            QCOMPARE(*record->vsSpyPct(), vsSpyPct.toDouble());
+        QCOMPARE(record->openPositions(), positions);
+        const auto time = record->lastUpdateTime();
+        QCOMPARE(time ? time->toString(Qt::ISODateWithMs) : QString(), lastUpdate);
+    }
+
+    void negativeZeroKeepsItsSign()
+    {
+        const auto record = decodeTrackRecord(R"({"consolidated":{"return_pct":-0.0}})");
+        QVERIFY(record && record->returnPct());
+        QVERIFY(std::signbit(*record->returnPct()));
+    }
+
+    void decodesStats_data()
+    {
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<bool>("decodable");
+        QTest::addColumn<int>("length"); // -1: no series
+
+        QTest::newRow("series") << QByteArray(R"({"sparkline":[1,2.5,-3]})") << true << 3;
+        QTest::newRow("empty series") << QByteArray(R"({"sparkline":[]})") << true << 0;
+        QTest::newRow("empty object") << QByteArray("{}") << true << -1;
+        QTest::newRow("null series") << QByteArray(R"({"sparkline":null})") << true << -1;
+        QTest::newRow("string inside") << QByteArray(R"({"sparkline":[1,"2"]})") << false << -1;
+        QTest::newRow("null inside") << QByteArray(R"({"sparkline":[1,null,3]})") << false << -1;
+        QTest::newRow("not an array") << QByteArray(R"({"sparkline":5})") << false << -1;
+    }
+    void decodesStats()
+    {
+        QFETCH(QByteArray, body);
+        QFETCH(bool, decodable);
+        QFETCH(int, length);
+        const auto stats = decodeStats(body);
+        QCOMPARE(stats.has_value(), decodable);
+        if (stats)
+            QCOMPARE(stats->sparkline ? int(stats->sparkline->size()) : -1, length);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestTrackRecord)
+#include "tst_trackrecord.moc"

@@ -1,0 +1,144 @@
+#include "settings/AppSettings.h"
+#include "settings/L.h"
+#include "support/TestSupport.h"
+
+#include <QSignalSpy>
+#include <QTest>
+#include <cmath>
+
+class TestSettings : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void loadsChoices_data()
+    {
+        QTest::addColumn<QVariantMap>("stored");
+        QTest::addColumn<QString>("metric");
+        QTest::addColumn<QString>("language");
+
+        QTest::newRow("fresh store") << QVariantMap() << "book"
+                                     << "system";
+        QTest::newRow("earlier release chose personal")
+            << QVariantMap{{"menu.personal", true}} << "pct"
+            << "system";
+        QTest::newRow("earlier release chose public")
+            << QVariantMap{{"menu.personal", false}} << "book"
+            << "system";
+        QTest::newRow("newer key wins")
+            << QVariantMap{{"menu.metric", "pnl"}, {"menu.personal", true}} << "pnl"
+            << "system";
+        QTest::newRow("unknown values are kept")
+            << QVariantMap{{"menu.metric", "weird"}, {"app.language", "PT"}} << "weird"
+            << "PT";
+    }
+    void loadsChoices()
+    {
+        QFETCH(QVariantMap, stored);
+        QFETCH(QString, metric);
+        QFETCH(QString, language);
+        testing::TempDefaults defaults;
+        {
+            QSettings raw(defaults.path(), QSettings::IniFormat);
+            for (auto it = stored.cbegin(); it != stored.cend(); ++it)
+                raw.setValue(it.key(), it.value());
+        }
+        defaults.reopen();
+        const AppSettings settings(*defaults);
+        QCOMPARE(settings.menuMetric(), metric);
+        QCOMPARE(settings.language(), language);
+        // Loading migrates nothing: the old key stays the only one until the user picks.
+        QVERIFY(!defaults->string(QStringLiteral("menu.metric")) || stored.contains("menu.metric"));
+    }
+
+    void settingPersistsAndAnnounces()
+    {
+        testing::TempDefaults defaults;
+        AppSettings settings(*defaults);
+        QSignalSpy metricSpy(&settings, &AppSettings::menuMetricChanged);
+        settings.setMenuMetric(QStringLiteral("pnlTotal"));
+        settings.setLanguage(QStringLiteral("pt"));
+        QCOMPARE(metricSpy.count(), 1);
+        defaults.reopen();
+        QCOMPARE(AppSettings(*defaults).menuMetric(), QStringLiteral("pnlTotal"));
+        QCOMPARE(AppSettings(*defaults).language(), QStringLiteral("pt"));
+    }
+
+    void languageDecision_data()
+    {
+        QTest::addColumn<QVariant>("stored"); // invalid: absent
+        QTest::addColumn<QStringList>("preferred");
+        QTest::addColumn<bool>("portuguese");
+
+        const QStringList ptFirst{"pt-PT", "en-US"};
+        const QStringList enFirst{"en-US", "pt-PT"};
+        QTest::newRow("en overrides a Portuguese system") << QVariant("en") << ptFirst << false;
+        QTest::newRow("system follows a Portuguese system")
+            << QVariant("system") << ptFirst << true;
+        QTest::newRow("only the first preference counts") << QVariant("system") << enFirst << false;
+        QTest::newRow("pt overrides an English system") << QVariant("pt") << enFirst << true;
+        QTest::newRow("absent follows the system") << QVariant() << ptFirst << true;
+        QTest::newRow("Brazilian counts") << QVariant() << QStringList{"pt-BR"} << true;
+        QTest::newRow("bare tag, any case") << QVariant() << QStringList{"PT"} << true;
+        QTest::newRow("comparison is case-sensitive") << QVariant("PT") << enFirst << false;
+        QTest::newRow("unknown value falls through") << QVariant("de") << ptFirst << true;
+        QTest::newRow("no preferences") << QVariant("system") << QStringList() << false;
+        QTest::newRow("portuguese-like prefix only") << QVariant() << QStringList{"ptx"} << true;
+    }
+    void languageDecision()
+    {
+        QFETCH(QVariant, stored);
+        QFETCH(QStringList, preferred);
+        QFETCH(bool, portuguese);
+        const auto setting = stored.isValid() ? std::optional(stored.toString()) : std::nullopt;
+        QCOMPARE(L::decide(setting, preferred), portuguese);
+    }
+
+    void isPTSeesAValueJustWritten()
+    {
+        // The shared store lives under XDG_CONFIG_HOME, pointed at a temporary folder in main().
+        AppSettings &settings = AppSettings::shared();
+        settings.setLanguage(QStringLiteral("pt"));
+        QVERIFY(L::isPT());
+        QCOMPARE(L::text("offline", "desligado"), QStringLiteral("desligado"));
+        settings.setLanguage(QStringLiteral("en"));
+        QVERIFY(!L::isPT());
+    }
+
+    void defaultsKeepTypesAcrossARestart()
+    {
+        testing::TempDefaults defaults;
+        const QDateTime when(QDate(2025, 3, 7), QTime(14, 30, 5, 123), Qt::UTC);
+        defaults->setDate(QStringLiteral("d"), when);
+        defaults->setNumber(QStringLiteral("n"), -0.25);
+        defaults->setNumber(QStringLiteral("negative zero"), -0.0);
+        defaults->setNumber(QStringLiteral("third"), 0.1 + 0.2);
+        defaults->setInteger(QStringLiteral("i"), 9007199254740993);
+        defaults->setData(QStringLiteral("b"), QByteArray("{\"a\":1}\n\0x", 11));
+        defaults->setString(QStringLiteral("s"), QStringLiteral("a, b = c"));
+        defaults->setNumber(QStringLiteral("gone"), 1.0);
+        defaults->setNumber(QStringLiteral("gone"), std::nullopt);
+        defaults.reopen();
+        QCOMPARE(defaults->date(QStringLiteral("d")), when);
+        QCOMPARE(defaults->number(QStringLiteral("n")), -0.25);
+        QVERIFY(std::signbit(*defaults->number(QStringLiteral("negative zero"))));
+        QCOMPARE(defaults->number(QStringLiteral("third")), 0.1 + 0.2);
+        QCOMPARE(defaults->integer(QStringLiteral("i")), 9007199254740993);
+        QCOMPARE(defaults->data(QStringLiteral("b")), QByteArray("{\"a\":1}\n\0x", 11));
+        QCOMPARE(defaults->string(QStringLiteral("s")), QStringLiteral("a, b = c"));
+        QVERIFY(!defaults->number(QStringLiteral("gone")));
+        // A value of another type reads as absent, not as a zero.
+        QVERIFY(!defaults->date(QStringLiteral("n")));
+        QVERIFY(!defaults->number(QStringLiteral("s")));
+        QVERIFY(!defaults->number(QStringLiteral("d")));
+    }
+};
+
+int main(int argc, char *argv[])
+{
+    QTemporaryDir home;
+    qputenv("XDG_CONFIG_HOME", home.path().toUtf8());
+    QCoreApplication app(argc, argv);
+    TestSettings test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "tst_settings.moc"

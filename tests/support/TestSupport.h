@@ -1,0 +1,47 @@
+#pragma once
+
+#include "net/Clock.h"
+#include "settings/Defaults.h"
+
+#include <QTemporaryDir>
+#include <QTimeZone>
+#include <memory>
+
+namespace testing {
+
+// A clock that stands still until told otherwise.
+class ManualClock final : public net::Clock
+{
+public:
+    explicit ManualClock(QDateTime now = QDateTime(QDate(2025, 3, 7), QTime(14, 30), Qt::UTC))
+        : m_now(std::move(now))
+    {
+    }
+    QDateTime now() const override { return m_now; }
+    void set(const QDateTime &now) { m_now = now; }
+
+private:
+    QDateTime m_now;
+};
+
+// A user-defaults store in its own temporary file; reopen() reads it back as a restart would.
+class TempDefaults
+{
+public:
+    TempDefaults() : m_defaults(std::make_unique<Defaults>(path())) {}
+    Defaults &operator*() { return *m_defaults; }
+    Defaults *operator->() { return m_defaults.get(); }
+    QString path() const { return m_dir.filePath(QStringLiteral("pulse.conf")); }
+    void reopen()
+    {
+        m_defaults->sync();
+        m_defaults.reset();
+        m_defaults = std::make_unique<Defaults>(path());
+    }
+
+private:
+    QTemporaryDir m_dir;
+    std::unique_ptr<Defaults> m_defaults;
+};
+
+} // namespace testing
