@@ -382,12 +382,5 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char *argv[])
-{
-    QTemporaryDir home;
-    qputenv("XDG_CONFIG_HOME", home.path().toUtf8());
-    QCoreApplication app(argc, argv);
-    TestPulseStore test;
-    return QTest::qExec(&test, argc, argv);
-}
+MIREO_TEST_MAIN_WITH_PRIVATE_CONFIG(TestPulseStore)
 #include "tst_pulsestore.moc"

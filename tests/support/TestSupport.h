@@ -45,3 +45,15 @@ private:
 };
 
 } // namespace testing
+
+// A test main whose process has its own, empty user-defaults folder, for code that reaches the
+// shared store (the language choice) rather than an injected one.
+#define MIREO_TEST_MAIN_WITH_PRIVATE_CONFIG(TestClass)                                             \
+    int main(int argc, char *argv[])                                                               \
+    {                                                                                              \
+        QTemporaryDir home;                                                                        \
+        qputenv("XDG_CONFIG_HOME", home.path().toUtf8());                                          \
+        QCoreApplication app(argc, argv);                                                          \
+        TestClass test;                                                                            \
+        return QTest::qExec(&test, argc, argv);                                                    \
+    }

@@ -1,6 +1,7 @@
 #include "Request.h"
 
 #include <QHttpServerRequest>
+#include <QMetaEnum>
 
 using namespace Qt::StringLiterals;
 
@@ -8,30 +9,11 @@ namespace standin {
 
 namespace {
 
+// The enum's own names (Get, Post, ...) in the wire's upper case.
 QString methodName(QHttpServerRequest::Method method)
 {
-    switch (method) {
-    case QHttpServerRequest::Method::Get:
-        return u"GET"_s;
-    case QHttpServerRequest::Method::Put:
-        return u"PUT"_s;
-    case QHttpServerRequest::Method::Delete:
-        return u"DELETE"_s;
-    case QHttpServerRequest::Method::Post:
-        return u"POST"_s;
-    case QHttpServerRequest::Method::Head:
-        return u"HEAD"_s;
-    case QHttpServerRequest::Method::Options:
-        return u"OPTIONS"_s;
-    case QHttpServerRequest::Method::Patch:
-        return u"PATCH"_s;
-    case QHttpServerRequest::Method::Connect:
-        return u"CONNECT"_s;
-    case QHttpServerRequest::Method::Trace:
-        return u"TRACE"_s;
-    default:
-        return u"UNKNOWN"_s;
-    }
+    const char *key = QMetaEnum::fromType<QHttpServerRequest::Method>().valueToKey(int(method));
+    return key ? QString::fromLatin1(key).toUpper() : u"UNKNOWN"_s;
 }
 
 } // namespace
