@@ -34,4 +34,14 @@ const QUrl &supabaseURL()
     return url;
 }
 
+QByteArray supabaseAnonKey()
+{
+    return QByteArrayLiteral(MIREO_BUILD_SUPABASE_ANON_KEY);
+}
+
+QString keychainService()
+{
+    return QStringLiteral(MIREO_BUILD_KEYCHAIN_SERVICE);
+}
+
 } // namespace MireoConfig

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QByteArray>
+#include <QString>
 #include <QUrl>
 
 // The fixed endpoints and identity of this build.
@@ -12,5 +14,9 @@ inline constexpr char userAgent[] = "MireoDesktopNative/0.1";
 const QUrl &siteURL();
 // The sign-in backend's origin.
 const QUrl &supabaseURL();
+// The sign-in backend's public anonymous key, sent as `apikey` on token requests.
+QByteArray supabaseAnonKey();
+// The keychain service the refresh token is filed under.
+QString keychainService();
 
 } // namespace MireoConfig

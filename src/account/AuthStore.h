@@ -1,0 +1,125 @@
+#pragma once
+
+#include "account/AccountRecords.h"
+
+#include <QByteArray>
+#include <QCoroTask>
+#include <QDateTime>
+#include <QObject>
+#include <QUrl>
+#include <chrono>
+#include <optional>
+
+class Browser;
+class Defaults;
+class SecretStore;
+namespace net {
+class Clock;
+class HttpClient;
+} // namespace net
+
+// The user's session with the service and the account data it unlocks. The refresh token lives
+// in the keychain, the access token in memory only; the last good portfolio is cached so a
+// restart shows numbers at once.
+class AuthStore : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(bool isSignedIn READ isSignedIn NOTIFY isSignedInChanged)
+    Q_PROPERTY(bool signingIn READ signingIn NOTIFY signingInChanged)
+    Q_PROPERTY(std::optional<Portfolio> portfolio READ portfolio NOTIFY portfolioChanged)
+    Q_PROPERTY(std::optional<QDateTime> portfolioAsOf READ portfolioAsOf NOTIFY portfolioAsOfChanged)
+    Q_PROPERTY(std::optional<TodayDecision> todayDecision READ todayDecision NOTIFY todayDecisionChanged)
+    Q_PROPERTY(std::optional<QString> lastError READ lastError NOTIFY lastErrorChanged)
+    Q_PROPERTY(QList<Position> positions READ positions NOTIFY positionsChanged)
+
+public:
+    static constexpr std::chrono::seconds requestTimeout{10};
+    // Tokens are renewed this long before they lapse.
+    static constexpr std::chrono::seconds expiryMargin{60};
+    static constexpr char refreshTokenKey[] = "supabase_refresh_token";
+    static constexpr char redirectUrl[] = "mireopulse://auth";
+
+    struct Endpoints
+    {
+        QUrl site;     // api/mobile/... lie under it
+        QUrl supabase; // auth/v1/... lie under it
+        QByteArray anonKey;
+    };
+
+    // Shows the cached portfolio (only while a refresh token is stored), then restores the
+    // session on the next turn of the event loop.
+    AuthStore(net::HttpClient &http, Defaults &defaults, const net::Clock &clock,
+              SecretStore &secrets, Browser &browser, Endpoints endpoints,
+              QObject *parent = nullptr);
+
+    bool isSignedIn() const { return m_isSignedIn; }
+    bool signingIn() const { return m_signingIn; }
+    const std::optional<Portfolio> &portfolio() const { return m_portfolio; }
+    std::optional<QDateTime> portfolioAsOf() const { return m_portfolioAsOf; }
+    const std::optional<TodayDecision> &todayDecision() const { return m_todayDecision; }
+    std::optional<QString> lastError() const { return m_lastError; }
+    const QList<Position> &positions() const { return m_positions; }
+
+    // Opens the sign-in page in the browser; the tokens come back through handleCallback.
+    void beginSignIn();
+    // The custom-scheme redirect, tokens in the fragment.
+    void handleCallback(const QUrl &url);
+    // Renews the access token when it lapses within the margin; awaited before every
+    // authenticated request.
+    QCoro::Task<> refreshIfNeeded();
+    // Launch: refresh the stored session and load the account. Emits restoreFinished.
+    QCoro::Task<> restore();
+    void signOut();
+
+    // The body of a 200 answer to an authenticated GET of `path` under the site, else absent.
+    QCoro::Task<std::optional<QByteArray>> bearerGET(QString path);
+    // Portfolio, then today's decision, then positions.
+    QCoro::Task<> loadPortfolio();
+    // Pauses (false) or resumes (true) automatic execution; true once the server accepted it
+    // and the portfolio was reloaded.
+    QCoro::Task<bool> setAutoExecution(bool enabled);
+
+Q_SIGNALS:
+    void isSignedInChanged();
+    void signingInChanged();
+    void portfolioChanged();
+    void portfolioAsOfChanged();
+    void todayDecisionChanged();
+    void lastErrorChanged();
+    void positionsChanged();
+    // The launch restore (refresh and account load) has finished, whatever its outcome.
+    void restoreFinished();
+
+private:
+    QCoro::Task<> refreshSession();
+    QCoro::Task<> loadTodayDecision();
+    QCoro::Task<> loadPositions();
+    void restorePortfolioCache();
+    bool hasStoredRefreshToken() const;
+
+    void setIsSignedIn(bool value);
+    void setSigningIn(bool value);
+    void setPortfolio(const std::optional<Portfolio> &value);
+    void setPortfolioAsOf(const std::optional<QDateTime> &value);
+    void setTodayDecision(const std::optional<TodayDecision> &value);
+    void setLastError(const std::optional<QString> &value);
+    void setPositions(const QList<Position> &value);
+
+    net::HttpClient &m_http;
+    Defaults &m_defaults;
+    const net::Clock &m_clock;
+    SecretStore &m_secrets;
+    Browser &m_browser;
+    const Endpoints m_endpoints;
+
+    bool m_isSignedIn = false;
+    bool m_signingIn = false;
+    std::optional<Portfolio> m_portfolio;
+    std::optional<QDateTime> m_portfolioAsOf;
+    std::optional<TodayDecision> m_todayDecision;
+    std::optional<QString> m_lastError;
+    QList<Position> m_positions;
+
+    std::optional<QString> m_accessToken; // memory only
+    QDateTime m_expiresAt;                // invalid: the distant past, so a fresh store is expired
+};
