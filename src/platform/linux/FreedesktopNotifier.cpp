@@ -19,13 +19,13 @@ constexpr int serverDecidesExpiry = -1;
 } // namespace
 
 FreedesktopNotifier::FreedesktopNotifier(QDBusConnection bus, QObject *parent)
-    : QObject(parent), m_bus(std::move(bus)),
-      m_serverWatcher(
-          new QDBusServiceWatcher(service, m_bus, QDBusServiceWatcher::WatchForOwnerChange, this))
+    : QObject(parent), m_bus(std::move(bus))
 {
     // A restarted server numbers its notifications afresh: our old ids would name someone
     // else's.
-    connect(m_serverWatcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
+    auto *server =
+        new QDBusServiceWatcher(service, m_bus, QDBusServiceWatcher::WatchForOwnerChange, this);
+    connect(server, &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this] { m_serverIds.clear(); });
 }
 

@@ -7,7 +7,6 @@
 #include <QObject>
 
 class QDBusPendingCallWatcher;
-class QDBusServiceWatcher;
 
 // Notifications through org.freedesktop.Notifications on the session bus. Every call is
 // asynchronous: a server that is missing, hung or crashing costs a refusal or a lost
@@ -30,7 +29,6 @@ private:
     void sent(const QString &identifier, QDBusPendingCallWatcher *watcher);
 
     QDBusConnection m_bus;
-    QDBusServiceWatcher *m_serverWatcher;
     // Our identifier -> the server's id, so the same identifier replaces its notification.
     QHash<QString, uint> m_serverIds;
     // Identifiers whose Notify is in flight, and the newest notification waiting behind it:
