@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusContext>
 #include <QObject>
 #include <QStringList>
 #include <QVariantMap>
@@ -8,7 +9,7 @@
 namespace testing {
 
 // org.freedesktop.Notifications as a desktop would serve it, recording every Notify call.
-class NotificationServerDouble : public QObject
+class NotificationServerDouble : public QObject, protected QDBusContext
 {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
@@ -27,6 +28,8 @@ public:
         uint returnedId;
     };
     QList<Call> calls;
+    // A hung server: calls are received and recorded but never answered.
+    bool hung = false;
 
     // Registers the object and takes the well-known name on `bus`.
     bool serveOn(QDBusConnection bus)
@@ -47,6 +50,8 @@ public Q_SLOTS:
                 const QString &summary, const QString &body, const QStringList &actions,
                 const QVariantMap &hints, int expireTimeout)
     {
+        if (hung)
+            setDelayedReply(true);
         const uint id = replacesId ? replacesId : ++m_lastId;
         calls.append(
             {appName, replacesId, appIcon, summary, body, actions, hints, expireTimeout, id});
@@ -54,6 +59,8 @@ public Q_SLOTS:
     }
     QString GetServerInformation(QString &vendor, QString &version, QString &specVersion)
     {
+        if (hung)
+            setDelayedReply(true);
         vendor = QStringLiteral("test");
         version = QStringLiteral("1");
         specVersion = QStringLiteral("1.2");

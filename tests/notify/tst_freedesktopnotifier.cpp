@@ -2,7 +2,7 @@
 #include "PrivateBus.h"
 #include "platform/linux/FreedesktopNotifier.h"
 
-#include <QSignalSpy>
+#include <QElapsedTimer>
 #include <QTest>
 
 using testing::NotificationServerDouble;
@@ -154,6 +154,25 @@ private Q_SLOTS:
         QCOMPARE(calls[0].summary, QStringLiteral("first"));
         QCOMPARE(calls[1].summary, QStringLiteral("third"));
         QCOMPARE(calls[1].replacesId, calls[0].returnedId);
+    }
+
+    // A hung server blocks nothing: the call returns at once, the permission is refused when the
+    // time-out ends, and a notification queued behind a lost one still goes out.
+    void hungServerBlocksNothing()
+    {
+        Rig rig;
+        QVERIFY(rig.start());
+        rig.server.hung = true;
+        rig.notifier->setCallTimeout(std::chrono::milliseconds(300));
+        QElapsedTimer elapsed;
+        elapsed.start();
+        rig.notifier->deliver(note(QStringLiteral("fill-x"), QStringLiteral("first")));
+        rig.notifier->deliver(note(QStringLiteral("fill-x"), QStringLiteral("second")));
+        QVERIFY(elapsed.elapsed() < 100);
+        QCOMPARE(rig.permission(), std::optional(false));
+        QVERIFY(rig.waitForCalls(2));
+        QCOMPARE(rig.server.calls[1].summary, QStringLiteral("second"));
+        QCOMPARE(rig.server.calls[1].replacesId, 0u);
     }
 
     // A notification server that goes away loses notifications, not the app; one that comes back

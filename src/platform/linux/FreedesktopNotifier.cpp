@@ -38,7 +38,8 @@ void FreedesktopNotifier::requestPermission(Permissions, std::function<void(bool
     }
     const QDBusMessage call = QDBusMessage::createMethodCall(
         service, path, interface, QStringLiteral("GetServerInformation"));
-    auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call, callTimeoutMs), this);
+    auto *watcher =
+        new QDBusPendingCallWatcher(m_bus.asyncCall(call, int(m_callTimeout.count())), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
             [answer = std::move(answer)](QDBusPendingCallWatcher *finished) {
                 finished->deleteLater();
@@ -73,7 +74,8 @@ void FreedesktopNotifier::send(const Notification &notification)
          << qint32(serverDecidesExpiry);
 
     m_inFlight.insert(notification.identifier, std::nullopt);
-    auto *watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call, callTimeoutMs), this);
+    auto *watcher =
+        new QDBusPendingCallWatcher(m_bus.asyncCall(call, int(m_callTimeout.count())), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
             [this, identifier = notification.identifier](QDBusPendingCallWatcher *finished) {
                 sent(identifier, finished);

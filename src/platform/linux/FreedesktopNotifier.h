@@ -5,6 +5,7 @@
 #include <QDBusConnection>
 #include <QHash>
 #include <QObject>
+#include <chrono>
 
 class QDBusPendingCallWatcher;
 
@@ -15,7 +16,7 @@ class FreedesktopNotifier final : public QObject, public Notifier
 {
     Q_OBJECT
 public:
-    static constexpr int callTimeoutMs = 5000;
+    static constexpr std::chrono::milliseconds callTimeout{5000};
 
     explicit FreedesktopNotifier(QDBusConnection bus = QDBusConnection::sessionBus(),
                                  QObject *parent = nullptr);
@@ -24,11 +25,15 @@ public:
     void requestPermission(Permissions options, std::function<void(bool)> answer) override;
     void deliver(const Notification &notification) override;
 
+    // How long a server may take to answer before the call counts as failed; tests shorten it.
+    void setCallTimeout(std::chrono::milliseconds timeout) { m_callTimeout = timeout; }
+
 private:
     void send(const Notification &notification);
     void sent(const QString &identifier, QDBusPendingCallWatcher *watcher);
 
     QDBusConnection m_bus;
+    std::chrono::milliseconds m_callTimeout = callTimeout;
     // Our identifier -> the server's id, so the same identifier replaces its notification.
     QHash<QString, uint> m_serverIds;
     // Identifiers whose Notify is in flight, and the newest notification waiting behind it:
