@@ -266,7 +266,7 @@ QWidget *personalSection(const PersonalSection &section, const MenuActions &acti
         break;
     case PersonalState::Loading: {
         auto *row = hbox(6);
-        auto *spinner = new SymbolView(Symbol::ClockArrow, Tone::Secondary, 11);
+        auto *spinner = new SpinnerView(12);
         spinner->setObjectName(QStringLiteral("spinner"));
         row->addWidget(spinner);
         row->addWidget(text(section.loading, Tone::Primary, uiFont(11)));
@@ -394,6 +394,10 @@ BuiltMenu buildPulseMenu(const PulseMenuModel &model, const MenuActions &actions
     column->addWidget(new Divider);
     column->addWidget(footer(model.footer, actions));
     built.content->setLayout(column);
+    // Wrapped texts need the column's width to know their height.
+    QWidget *content = built.content;
+    content->setFixedHeight(content->hasHeightForWidth() ? content->heightForWidth(menuContentWidth)
+                                                         : content->sizeHint().height());
     return built;
 }
 

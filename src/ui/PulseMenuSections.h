@@ -34,7 +34,7 @@ struct BuiltMenu
     FreshnessBadgeView *badge = nullptr; // the account's freshness badge, if shown
 };
 
-// The popover's column at its fixed width, built from the model.
+// The popover's column at its fixed width and the height its texts need, built from the model.
 BuiltMenu buildPulseMenu(const PulseMenuModel &model, const MenuActions &actions);
 
 inline constexpr int menuContentWidth = 344;

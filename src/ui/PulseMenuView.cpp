@@ -108,8 +108,6 @@ void PulseMenuView::renderNow()
     m_renderPending = false;
     const PulseMenuModel model = pulseMenuModel(currentInput());
     const BuiltMenu built = buildPulseMenu(model, actions());
-    // Wrapped texts need the column's width to know their height.
-    built.content->setFixedHeight(built.content->heightForWidth(menuContentWidth));
 
     delete m_content; // never called from inside one of its own handlers: renders are queued
     m_content = built.content;
@@ -118,6 +116,7 @@ void PulseMenuView::renderNow()
     m_badgeDate = model.personal.state == PersonalState::Account ? model.personal.account.badgeDate
                                                                  : std::nullopt;
     syncConfirmations(model);
+    Q_EMIT rendered();
 }
 
 MenuActions PulseMenuView::actions()

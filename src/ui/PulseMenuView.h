@@ -54,6 +54,10 @@ public:
     // Builds the widgets from the current state at once rather than on the next turn.
     void renderNow();
 
+Q_SIGNALS:
+    // The content was rebuilt; its size may have changed.
+    void rendered();
+
 protected:
     void showEvent(QShowEvent *event) override;
     void hideEvent(QHideEvent *event) override;

@@ -133,4 +133,37 @@ void FreshnessBadgeView::paintEvent(QPaintEvent *)
     painter.drawText(textRect, Qt::AlignLeft | Qt::AlignVCenter, m_freshness.text);
 }
 
+SpinnerView::SpinnerView(int size, QWidget *parent) : QWidget(parent), m_turn(new QTimer(this))
+{
+    setFixedSize(size, size);
+    m_turn->setInterval(80);
+    connect(m_turn, &QTimer::timeout, this, [this] {
+        m_angle = (m_angle + 30) % 360;
+        update();
+    });
+}
+
+void SpinnerView::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    QPen pen(colorFor(Tone::Secondary, palette()), std::max(1.5, width() / 7.0));
+    pen.setCapStyle(Qt::RoundCap);
+    painter.setPen(pen);
+    const double inset = pen.widthF() / 2 + 0.5;
+    painter.drawArc(QRectF(rect()).adjusted(inset, inset, -inset, -inset), -m_angle * 16, 270 * 16);
+}
+
+void SpinnerView::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    m_turn->start();
+}
+
+void SpinnerView::hideEvent(QHideEvent *event)
+{
+    m_turn->stop();
+    QWidget::hideEvent(event);
+}
+
 } // namespace ui

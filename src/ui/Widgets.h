@@ -4,6 +4,7 @@
 #include "ui/Palette.h"
 
 #include <QLabel>
+#include <QTimer>
 
 // The popover's small building blocks. Sizes are in points; one point is one device-independent
 // pixel, so the column keeps its width and proportions whatever the screen's density.
@@ -65,6 +66,23 @@ protected:
 private:
     QFont currentFont() const;
     Freshness m_freshness;
+};
+
+// A small indeterminate progress spinner; it turns only while visible.
+class SpinnerView : public QWidget
+{
+    Q_OBJECT
+public:
+    explicit SpinnerView(int size, QWidget *parent = nullptr);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
+
+private:
+    QTimer *m_turn;
+    int m_angle = 0;
 };
 
 } // namespace ui

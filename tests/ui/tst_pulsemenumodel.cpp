@@ -1,16 +1,17 @@
+#include "ui/MenuInputs.h"
 #include "ui/PulseMenuModel.h"
 
 #include <QTest>
 
 using ui::PulseMenuInput;
 using ui::Tone;
+using namespace testing;
 
 Q_DECLARE_METATYPE(ui::PulseMenuInput)
 
 namespace {
 
-// Friday 09:30 in New York: the day's cycle at 10:15 is 45 minutes away.
-const QDateTime now(QDate(2025, 3, 7), QTime(14, 30), Qt::UTC);
+const QDateTime now = menuNow;
 
 QString tone(Tone tone)
 {
@@ -136,49 +137,6 @@ QStringList describe(const ui::PulseMenuModel &m)
     return out;
 }
 
-PulseMenuInput signedOut()
-{
-    PulseMenuInput in;
-    in.now = now;
-    in.locale = {QStringLiteral("en_US"), "UTC"};
-    in.returnPct = 12.345;
-    in.vsSpyPct = 3.1;
-    in.openPositions = 7;
-    in.sparkline = {10, 11, 12.3};
-    in.lastUpdate = now.addSecs(-2 * 3600);
-    in.fetchedAt = now.addSecs(-300);
-    return in;
-}
-
-QList<Position> positions(int count)
-{
-    QList<Position> list;
-    for (int i = 0; i < count; ++i)
-        list.append({QStringLiteral("SYM%1").arg(i), 5000.0 - i, 10.0, 1.5});
-    return list;
-}
-
-PulseMenuInput withAccount(int positionCount = 3)
-{
-    PulseMenuInput in = signedOut();
-    in.isSignedIn = true;
-    Portfolio portfolio;
-    portfolio.accounts = {Account{QStringLiteral("Paper"), QStringLiteral("paper"), 12000.0, 120.0,
-                                  qint64(positionCount)}};
-    portfolio.totals = Totals{12500.0, 120.0, 10000.0};
-    portfolio.worker = Worker{QStringLiteral("running"), true, false, QStringLiteral("paper")};
-    in.portfolio = portfolio;
-    in.portfolioAsOf = now.addSecs(-42);
-    in.positions = positions(positionCount);
-    return in;
-}
-
-template <typename Change> PulseMenuInput with(PulseMenuInput in, Change change)
-{
-    change(in);
-    return in;
-}
-
 } // namespace
 
 class TestPulseMenuModel : public QObject
@@ -219,11 +177,13 @@ private Q_SLOTS:
             << QStringList{"position rows: 0", "positions: 0 positions (secondary)"}
             << QStringList{"more:"};
         QTest::newRow("five positions")
-            << withAccount(5) << QStringList{"position rows: 5", "row: SYM0 +1.50% (gain) $5,000"}
+            << withAccount(5)
+            << QStringList{"position rows: 5", "row: NVDA -3.00% (loss) $25,000",
+                           "row: GOOGL +3.00% (gain) $19,000"}
             << QStringList{"more:"};
         QTest::newRow("six positions")
             << withAccount(6) << QStringList{"position rows: 5", "more: +1 more in the app"}
-            << QStringList{"row: SYM5"};
+            << QStringList{"row: META"};
         QTest::newRow("eight positions")
             << withAccount(8) << QStringList{"more: +3 more in the app"} << QStringList{};
         QTest::newRow("position percent as received, missing percent")
@@ -233,7 +193,7 @@ private Q_SLOTS:
                         in.positions[1].unrealizedPlpc.reset();
                         in.positions[1].marketValue.reset();
                     })
-            << QStringList{"row: SYM0 -0.50% (loss) $5,000", "row: SYM1 - —"} << QStringList{};
+            << QStringList{"row: NVDA -0.50% (loss) $25,000", "row: AAPL - —"} << QStringList{};
         QTest::newRow("kill switch hides both buttons")
             << with(withAccount(), [](auto &in) { in.portfolio->worker->killSwitch = true; })
             << QStringList{"pill: KILL SWITCH (loss)"} << QStringList{"auto button:"};
@@ -293,7 +253,7 @@ private Q_SLOTS:
                                           "vs: +3.10% vs S&P 500",
                                           "ideas: 7 ideas open (secondary)",
                                           "updated: 2 hours ago (secondary)",
-                                          "sparkline: 3 values (gain)"}
+                                          "sparkline: 5 values (gain)"}
             << QStringList{"public error:", "placeholder:"};
         QTest::newRow("no benchmark, no update time") << with(signedOut(), [](auto &in) {
             in.vsSpyPct.reset();
@@ -308,7 +268,7 @@ private Q_SLOTS:
             << QStringList{"sparkline:"};
         QTest::newRow("negative return colours the chart")
             << with(signedOut(), [](auto &in) { in.returnPct = -1.0; })
-            << QStringList{"return: -1.00% (loss)", "sparkline: 3 values (loss)"} << QStringList{};
+            << QStringList{"return: -1.00% (loss)", "sparkline: 5 values (loss)"} << QStringList{};
         QTest::newRow("public error with last fetch")
             << with(signedOut(),
                     [](auto &in) { in.pulseError = "offline — showing last known numbers"; })
