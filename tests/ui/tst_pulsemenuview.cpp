@@ -1,9 +1,8 @@
 #include "account/AuthStore.h"
-#include "account/Browser.h"
-#include "account/SecretStore.h"
 #include "net/HttpClient.h"
 #include "pulse/PulseStore.h"
 #include "settings/AppSettings.h"
+#include "support/AccountFakes.h"
 #include "support/StandinFixture.h"
 #include "support/TestSupport.h"
 #include "ui/LoginItem.h"
@@ -20,25 +19,6 @@
 #include <QTest>
 
 namespace {
-
-class MemorySecrets final : public SecretStore
-{
-public:
-    QHash<QString, QString> values;
-    void replace(const QString &key, const QString &value) override { values[key] = value; }
-    std::optional<QString> read(const QString &key) override
-    {
-        return values.contains(key) ? std::optional(values[key]) : std::nullopt;
-    }
-    void remove(const QString &key) override { values.remove(key); }
-};
-
-class RecordingBrowser final : public Browser
-{
-public:
-    QList<QUrl> opened;
-    void open(const QUrl &url) override { opened.append(url); }
-};
 
 class FakeLoginItem final : public LoginItem
 {
@@ -85,8 +65,8 @@ struct Stores
     testing::StandinFixture standin;
     testing::TempDefaults defaults;
     testing::ManualClock clock;
-    MemorySecrets secrets;
-    RecordingBrowser browser;
+    testing::InMemorySecretStore secrets;
+    testing::RecordingBrowser browser;
     FakeLoginItem loginItem;
     net::HttpClient http{"mireo-test"};
     std::unique_ptr<PulseStore> pulse;

@@ -1,4 +1,4 @@
-#include "XdgAutostart.h"
+#include "platform/linux/XdgAutostart.h"
 
 #include <QDir>
 #include <QFile>
