@@ -3,6 +3,7 @@
 #include "ui/MenuInputs.h"
 #include "ui/OnboardingView.h"
 #include "ui/PulseMenuSections.h"
+#include "ui/Palette.h"
 #include "ui/RenderPng.h"
 
 #include <QAbstractButton>
@@ -169,6 +170,39 @@ private Q_SLOTS:
             QMargins(ui::menuPadding, ui::menuPadding, ui::menuPadding, ui::menuPadding));
         const QStringList problems = layoutProblems(host, column);
         QVERIFY2(problems.isEmpty(), qPrintable(problems.join(u'\n')));
+    }
+
+    void darkPaletteRecoloursWithoutRebuilding()
+    {
+        QWidget host;
+        auto *box = new QVBoxLayout(&host);
+        box->addWidget(ui::buildPulseMenu(ui::pulseMenuModel(withAccount(3)), {}).content);
+        const auto hasColour = [](const QImage &image, const QColor &colour) {
+            for (int y = 0; y < image.height(); ++y)
+                for (int x = 0; x < image.width(); ++x)
+                    if (image.pixelColor(x, y).rgb() == colour.rgb())
+                        return true;
+            return false;
+        };
+        QPalette light = host.palette();
+        light.setColor(QPalette::Window, Qt::white);
+        light.setColor(QPalette::WindowText, Qt::black);
+        host.setPalette(light);
+        QVERIFY(ui::renderWidgetToPng(host, artifact(QStringLiteral("popover-light"))));
+        const QImage before(artifact(QStringLiteral("popover-light")));
+
+        QPalette dark = light;
+        dark.setColor(QPalette::Window, QColor(30, 30, 30));
+        dark.setColor(QPalette::WindowText, Qt::white);
+        host.setPalette(dark);
+        QVERIFY(ui::renderWidgetToPng(host, artifact(QStringLiteral("popover-dark"))));
+        const QImage after(artifact(QStringLiteral("popover-dark")));
+
+        QVERIFY(hasColour(before, ui::mireoGain(light)));
+        QVERIFY(!hasColour(before, ui::mireoGain(dark)));
+        QVERIFY(hasColour(after, ui::mireoGain(dark)));
+        QVERIFY(hasColour(after, ui::mireoLoss(dark)));
+        QVERIFY(!hasColour(after, ui::mireoGain(light)));
     }
 
     void positionRowsOpenThePortfolio()
