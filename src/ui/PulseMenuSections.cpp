@@ -89,6 +89,22 @@ ToneLabel *text(const QString &content, Tone tone, const QFont &font, bool wrap 
     return label;
 }
 
+// A big figure and, optionally, a smaller text beside it, sharing the first text baseline.
+QHBoxLayout *baselineRow(int spacing, ToneLabel *big, ToneLabel *beside)
+{
+    auto *row = hbox(spacing);
+    row->addWidget(big, 0, Qt::AlignBottom);
+    if (beside) {
+        // Both sit on the row's bottom; lift the smaller text by the difference in descent.
+        const int lift =
+            QFontMetrics(big->font()).descent() - QFontMetrics(beside->font()).descent();
+        beside->setContentsMargins(0, 0, 0, std::max(0, lift));
+        row->addWidget(beside, 0, Qt::AlignBottom);
+    }
+    row->addStretch(1);
+    return row;
+}
+
 ToneLabel *sectionTitle(const QString &title)
 {
     return text(title, Tone::Secondary, uiFont(9, QFont::DemiBold, 2));
@@ -183,15 +199,11 @@ QWidget *positionRow(const PositionRow &position, const MenuActions &actions)
 
 void addFigures(QVBoxLayout *column, const AccountBlock &block, const MenuActions &actions)
 {
-    auto *equityRow = hbox(8);
-    equityRow->addWidget(text(block.equity, Tone::Primary, uiFont(24, QFont::DemiBold)), 0,
-                         Qt::AlignBottom);
-    if (block.equityChange)
-        equityRow->addWidget(
-            text(block.equityChange->text, block.equityChange->tone, uiFont(13, QFont::Medium)), 0,
-            Qt::AlignBottom);
-    equityRow->addStretch(1);
-    column->addLayout(equityRow);
+    column->addLayout(baselineRow(
+        8, text(block.equity, Tone::Primary, uiFont(24, QFont::DemiBold)),
+        block.equityChange
+            ? text(block.equityChange->text, block.equityChange->tone, uiFont(13, QFont::Medium))
+            : nullptr));
 
     auto *todayRow = hbox(12);
     if (block.today)
@@ -298,15 +310,10 @@ QWidget *publicSection(const PublicSection &section)
         holder->setLayout(column);
         return holder;
     }
-    auto *returnRow = hbox(10);
-    returnRow->addWidget(
-        text(section.bigReturn->text, section.bigReturn->tone, uiFont(24, QFont::DemiBold)), 0,
-        Qt::AlignBottom);
-    if (section.versusBenchmark)
-        returnRow->addWidget(text(*section.versusBenchmark, Tone::Primary, uiFont(11)), 0,
-                             Qt::AlignBottom);
-    returnRow->addStretch(1);
-    column->addLayout(returnRow);
+    column->addLayout(baselineRow(
+        10, text(section.bigReturn->text, section.bigReturn->tone, uiFont(24, QFont::DemiBold)),
+        section.versusBenchmark ? text(*section.versusBenchmark, Tone::Primary, uiFont(11))
+                                : nullptr));
 
     auto *facts = hbox(10);
     facts->addWidget(symbolLine(section.ideasOpen, 10));

@@ -2,9 +2,10 @@
 #include "settings/Defaults.h"
 #include "ui/MenuInputs.h"
 #include "ui/OnboardingView.h"
-#include "ui/PulseMenuSections.h"
 #include "ui/Palette.h"
+#include "ui/PulseMenuSections.h"
 #include "ui/RenderPng.h"
+#include "ui/Symbols.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -203,6 +204,16 @@ private Q_SLOTS:
         QVERIFY(hasColour(after, ui::mireoGain(dark)));
         QVERIFY(hasColour(after, ui::mireoLoss(dark)));
         QVERIFY(!hasColour(after, ui::mireoGain(light)));
+    }
+
+    void symbolsLarge()
+    {
+        QWidget sheet;
+        auto *row = new QHBoxLayout(&sheet);
+        for (const ui::Symbol symbol : {ui::Symbol::Sun, ui::Symbol::Grid, ui::Symbol::Bolt,
+                                        ui::Symbol::Clock, ui::Symbol::ClockArrow})
+            row->addWidget(new ui::SymbolView(symbol, ui::Tone::Gain, 48));
+        QVERIFY(ui::renderWidgetToPng(sheet, artifact(QStringLiteral("symbols"))));
     }
 
     void positionRowsOpenThePortfolio()
