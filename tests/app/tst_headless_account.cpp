@@ -2,6 +2,7 @@
 #include "platform/linux/KeychainSecretStore.h"
 #include "settings/MireoConfig.h"
 #include "support/PrivateKeyring.h"
+#include "support/ProcessRun.h"
 #include "support/StandinFixture.h"
 
 #include <QJsonArray>
@@ -22,27 +23,15 @@ class TestHeadlessAccount : public QObject
     QTemporaryDir m_config;
     const QString m_key = QString::fromLatin1(AuthStore::refreshTokenKey);
 
-    struct Run
-    {
-        int exitCode = -1;
-        QByteArray out;
-        QByteArray err;
-    };
+    using Run = testing::ProcessRun;
 
     Run run(const QUrl &service, const QStringList &arguments)
     {
-        QProcess process;
         QProcessEnvironment env = m_keyring.environment();
         env.insert(u"MIREO_SITE_URL"_s, service.toString());
         env.insert(u"MIREO_SUPABASE_URL"_s, service.toString());
         env.insert(u"XDG_CONFIG_HOME"_s, m_config.path());
-        process.setProcessEnvironment(env);
-        process.start(QStringLiteral(MIREO_PULSE_BINARY), arguments);
-        // The event loop keeps turning, so the in-process stand-in can answer.
-        if (!QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 30000))
-            qFatal("mireo-pulse did not finish");
-        return {process.exitCode(), process.readAllStandardOutput(),
-                process.readAllStandardError()};
+        return testing::runToEnd(QStringLiteral(MIREO_PULSE_BINARY), arguments, env);
     }
 
     QJsonObject account(const QUrl &service)

@@ -1,7 +1,7 @@
+#include "support/ProcessRun.h"
 #include "support/StandinFixture.h"
 
 #include <QImage>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -11,19 +11,13 @@ class TestRenderCommand : public QObject
     Q_OBJECT
     QTemporaryDir m_dir;
 
-    // Waits on the event loop, not in waitForFinished(), so the in-process stand-in can answer.
     int run(const QStringList &arguments)
     {
-        QProcess process;
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         env.insert(QStringLiteral("MIREO_SITE_URL"), m_standin.url().toString());
         env.insert(QStringLiteral("MIREO_SUPABASE_URL"), m_standin.url().toString());
         env.insert(QStringLiteral("XDG_CONFIG_HOME"), m_dir.filePath(QStringLiteral("config")));
-        process.setProcessEnvironment(env);
-        process.start(QStringLiteral(MIREO_PULSE_BINARY), arguments);
-        if (!QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 60000))
-            qFatal("mireo-pulse did not finish");
-        return process.exitCode();
+        return testing::runToEnd(QStringLiteral(MIREO_PULSE_BINARY), arguments, env).exitCode;
     }
 
     testing::StandinFixture m_standin;
