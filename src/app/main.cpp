@@ -1,4 +1,5 @@
 #include "app/Headless.h"
+#include "app/RenderCommand.h"
 #include "settings/AppSettings.h"
 #include "settings/Defaults.h"
 
@@ -11,6 +12,8 @@ int main(int argc, char *argv[])
     QCoreApplication::setOrganizationName(QStringLiteral("mireo"));
     QCoreApplication::setApplicationName(QStringLiteral("pulse"));
     QCoreApplication::setApplicationVersion(QStringLiteral("0.1.0"));
+    if (isRenderCommand(argc, argv))
+        return runRenderCommand(argc, argv);
     QCoreApplication app(argc, argv);
 
     QCommandLineParser parser;

@@ -1,0 +1,96 @@
+#pragma once
+
+#include "ui/Format.h"
+#include "ui/PulseMenuModel.h"
+#include "ui/PulseMenuSections.h"
+
+#include <QPointer>
+#include <QTimer>
+#include <QUrl>
+#include <QWidget>
+#include <functional>
+
+class AppSettings;
+class AuthStore;
+class Browser;
+class LoginItem;
+class PulseStore;
+class QMessageBox;
+namespace net {
+class Clock;
+}
+
+namespace ui {
+
+class FreshnessBadgeView;
+
+// The popover's content: the brand, the user's account, the public book and the footer. It owns
+// no data: it renders the stores and the settings, re-rendering on the next turn of the event
+// loop after any of them changes, and calls their operations.
+class PulseMenuView : public QWidget
+{
+    Q_OBJECT
+public:
+    struct Services
+    {
+        PulseStore &pulse;
+        AuthStore &auth;
+        AppSettings &settings;
+        LoginItem &loginItem;
+        Browser &browser;
+        const net::Clock &clock;
+        QUrl siteUrl; // the web origin; rows open its /portfolio page, "Open Mireo" its /home
+    };
+
+    // Without `onCheckUpdates` the "Updates" button is hidden.
+    explicit PulseMenuView(Services services, std::function<void()> onCheckUpdates = {},
+                           QWidget *parent = nullptr);
+
+    // Where money, relative dates and times are formatted; the system's by default.
+    void setFormatLocale(const FormatLocale &locale);
+
+    // What the view shows now, from the stores as they are.
+    PulseMenuInput currentInput() const;
+    // Builds the widgets from the current state at once rather than on the next turn.
+    void renderNow();
+
+Q_SIGNALS:
+    // The content was rebuilt; its size may have changed.
+    void rendered();
+
+protected:
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
+
+private Q_SLOTS:
+    void scheduleRender();
+
+private:
+    MenuActions actions();
+    void syncConfirmations(const PulseMenuModel &model);
+    QMessageBox *confirmation(const Confirmation &texts, QPointer<QMessageBox> &dialog,
+                              bool enable);
+    void setAutoExecution(bool enabled);
+    void setLaunchAtLogin(bool on);
+    void tickBadge();
+
+    Services m_services;
+    std::function<void()> m_onCheckUpdates;
+    FormatLocale m_locale = FormatLocale::system();
+
+    // The view's own state.
+    bool m_launchAtLogin = false;
+    bool m_confirmingPause = false;
+    bool m_confirmingEnable = false;
+    bool m_togglingAuto = false;
+
+    bool m_renderPending = false;
+    QWidget *m_content = nullptr;
+    FreshnessBadgeView *m_badge = nullptr;
+    std::optional<QDateTime> m_badgeDate;
+    QTimer m_badgeTick;
+    QPointer<QMessageBox> m_pauseDialog;
+    QPointer<QMessageBox> m_enableDialog;
+};
+
+} // namespace ui

@@ -1,0 +1,291 @@
+#include "settings/AppSettings.h"
+#include "settings/Defaults.h"
+#include "ui/MenuInputs.h"
+#include "ui/OnboardingView.h"
+#include "ui/Palette.h"
+#include "ui/PulseMenuSections.h"
+#include "ui/RenderPng.h"
+#include "ui/Symbols.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QDir>
+#include <QLabel>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTest>
+#include <QVBoxLayout>
+
+using namespace testing;
+
+Q_DECLARE_METATYPE(ui::PulseMenuInput)
+
+namespace {
+
+// Screenshots for people to look at, next to the test binary.
+QString artifact(const QString &name)
+{
+    const QString dir = QStringLiteral(QT_TESTCASE_BUILDDIR "/artifacts");
+    QDir().mkpath(dir);
+    return dir + u'/' + name + QStringLiteral(".png");
+}
+
+QString describe(const QWidget *widget)
+{
+    QString text;
+    if (const auto *label = qobject_cast<const QLabel *>(widget))
+        text = label->text();
+    else if (const auto *button = qobject_cast<const QAbstractButton *>(widget))
+        text = button->text();
+    return QString::fromLatin1(widget->metaObject()->className()) + u' ' + widget->objectName() +
+           QStringLiteral(" \"") + text + u'"';
+}
+
+// What a widget needs to show all of itself.
+QSize needed(const QWidget *widget)
+{
+    if (const auto *label = qobject_cast<const QLabel *>(widget); label && label->wordWrap())
+        return {0, label->heightForWidth(label->width())};
+    if (const auto *label = qobject_cast<const QLabel *>(widget))
+        return label->sizeHint();
+    if (qobject_cast<const QAbstractButton *>(widget))
+        return widget->minimumSizeHint();
+    return widget->minimumSizeHint().expandedTo(QSize(0, 0));
+}
+
+// Every visible leaf lies inside `area`, has the room it needs, and touches no other leaf.
+QStringList layoutProblems(QWidget &root, const QRect &area)
+{
+    QList<QWidget *> leaves;
+    for (QWidget *widget : root.findChildren<QWidget *>()) {
+        if (widget->isWindow() || !widget->isVisibleTo(&root))
+            continue;
+        const QList<QWidget *> children =
+            widget->findChildren<QWidget *>(Qt::FindDirectChildrenOnly);
+        if (std::none_of(children.cbegin(), children.cend(),
+                         [&root](QWidget *c) { return !c->isWindow() && c->isVisibleTo(&root); }))
+            leaves.append(widget);
+    }
+    QStringList problems;
+    QList<QRect> placed;
+    for (QWidget *leaf : leaves) {
+        const QRect rect(leaf->mapTo(&root, QPoint(0, 0)), leaf->size());
+        if (!area.contains(rect))
+            problems << describe(leaf) + QStringLiteral(" leaves the column");
+        const QSize need = needed(leaf);
+        if (leaf->width() < need.width() || leaf->height() < need.height())
+            problems << describe(leaf) + QStringLiteral(" is clipped");
+        placed.append(rect);
+    }
+    for (qsizetype i = 0; i < leaves.size(); ++i)
+        for (qsizetype j = i + 1; j < leaves.size(); ++j)
+            if (placed[i].intersects(placed[j]))
+                problems << describe(leaves[i]) + QStringLiteral(" overlaps ") +
+                                describe(leaves[j]);
+    return problems;
+}
+
+ui::PulseMenuInput inPortuguese(ui::PulseMenuInput in)
+{
+    in.isPT = true;
+    in.language = QStringLiteral("pt");
+    in.locale = {QStringLiteral("pt_PT"), "UTC"};
+    return in;
+}
+
+} // namespace
+
+class TestUiArtifacts : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void popoverStates_data()
+    {
+        QTest::addColumn<ui::PulseMenuInput>("input");
+        const auto rich = [](ui::PulseMenuInput &in) {
+            in.portfolio->totals = Totals{1234567.0, -1204.0, 1300000.0};
+            in.todayDecision = TodayDecision{"d", {"NVDA", "AAPL", "MSFT", "AMZN", "GOOGL"}};
+            in.canCheckUpdates = true;
+        };
+        const QList<std::pair<const char *, ui::PulseMenuInput>> states{
+            {"signed-out", signedOut()},
+            {"signing-in", with(signedOut(), [](auto &in) { in.signingIn = true; })},
+            {"loading", with(signedOut(), [](auto &in) { in.isSignedIn = true; })},
+            {"no-brokerage", with(withAccount(), [](auto &in) { in.portfolio->accounts.clear(); })},
+            {"positions-0", withAccount(0)},
+            {"positions-5", withAccount(5)},
+            {"positions-8", with(withAccount(8), rich)},
+            {"kill-switch",
+             with(withAccount(), [](auto &in) { in.portfolio->worker->killSwitch = true; })},
+            {"auto-on", with(withAccount(2),
+                             [](auto &in) {
+                                 in.todayDecision = TodayDecision{"d", {}};
+                             })},
+            {"observer", with(withAccount(1),
+                              [](auto &in) {
+                                  in.portfolio->worker->autoExecuteEnabled = false;
+                                  in.todayDecision = TodayDecision{"d", {"AAPL"}};
+                                  in.portfolioAsOf = menuNow.addSecs(-3 * 3600);
+                              })},
+            {"public-no-return", with(signedOut(), [](auto &in) { in.returnPct.reset(); })},
+            {"error-lines",
+             with(withAccount(),
+                  [](auto &in) {
+                      in.accountError = QStringLiteral(
+                          "offline — account data may be stale, and this line is long enough "
+                          "to wrap onto a second line");
+                      in.pulseError = QStringLiteral("offline — showing last known numbers");
+                      in.returnPct = -4.56;
+                  })},
+            {"error-no-return", with(signedOut(),
+                                     [](auto &in) {
+                                         in.returnPct.reset();
+                                         in.accountError = QStringLiteral("offline — try again");
+                                         in.pulseError =
+                                             QStringLiteral("offline — showing last known numbers");
+                                     })},
+            {"sparkline-2-values", with(signedOut(),
+                                        [](auto &in) {
+                                            in.sparkline = {1, 2};
+                                        })},
+        };
+        for (const auto &[name, input] : states) {
+            QTest::addRow("%s-en", name) << input;
+            QTest::addRow("%s-pt", name) << inPortuguese(input);
+        }
+    }
+    void popoverStates()
+    {
+        QFETCH(ui::PulseMenuInput, input);
+        QWidget host;
+        auto *box = new QVBoxLayout(&host);
+        box->setContentsMargins(ui::menuPadding, ui::menuPadding, ui::menuPadding, ui::menuPadding);
+        box->setSizeConstraint(QLayout::SetFixedSize);
+        box->addWidget(ui::buildPulseMenu(ui::pulseMenuModel(input), {}).content);
+        QVERIFY(ui::renderWidgetToPng(
+            host,
+            artifact(QStringLiteral("popover-") + QString::fromLatin1(QTest::currentDataTag()))));
+
+        QCOMPARE(host.width(), ui::menuContentWidth + 2 * ui::menuPadding);
+        const QRect column = host.rect().marginsRemoved(
+            QMargins(ui::menuPadding, ui::menuPadding, ui::menuPadding, ui::menuPadding));
+        const QStringList problems = layoutProblems(host, column);
+        QVERIFY2(problems.isEmpty(), qPrintable(problems.join(u'\n')));
+    }
+
+    void darkPaletteRecoloursWithoutRebuilding()
+    {
+        QWidget host;
+        auto *box = new QVBoxLayout(&host);
+        box->addWidget(ui::buildPulseMenu(ui::pulseMenuModel(withAccount(3)), {}).content);
+        const auto hasColour = [](const QImage &image, const QColor &colour) {
+            for (int y = 0; y < image.height(); ++y)
+                for (int x = 0; x < image.width(); ++x)
+                    if (image.pixelColor(x, y).rgb() == colour.rgb())
+                        return true;
+            return false;
+        };
+        QPalette light = host.palette();
+        light.setColor(QPalette::Window, Qt::white);
+        light.setColor(QPalette::WindowText, Qt::black);
+        host.setPalette(light);
+        QVERIFY(ui::renderWidgetToPng(host, artifact(QStringLiteral("popover-light"))));
+        const QImage before(artifact(QStringLiteral("popover-light")));
+
+        QPalette dark = light;
+        dark.setColor(QPalette::Window, QColor(30, 30, 30));
+        dark.setColor(QPalette::WindowText, Qt::white);
+        host.setPalette(dark);
+        QVERIFY(ui::renderWidgetToPng(host, artifact(QStringLiteral("popover-dark"))));
+        const QImage after(artifact(QStringLiteral("popover-dark")));
+
+        QVERIFY(hasColour(before, ui::mireoGain(light)));
+        QVERIFY(!hasColour(before, ui::mireoGain(dark)));
+        QVERIFY(hasColour(after, ui::mireoGain(dark)));
+        QVERIFY(hasColour(after, ui::mireoLoss(dark)));
+        QVERIFY(!hasColour(after, ui::mireoGain(light)));
+    }
+
+    void symbolsLarge()
+    {
+        QWidget sheet;
+        auto *row = new QHBoxLayout(&sheet);
+        for (const ui::Symbol symbol : {ui::Symbol::Sun, ui::Symbol::Grid, ui::Symbol::Bolt,
+                                        ui::Symbol::Clock, ui::Symbol::ClockArrow})
+            row->addWidget(new ui::SymbolView(symbol, ui::Tone::Gain, 48));
+        QVERIFY(ui::renderWidgetToPng(sheet, artifact(QStringLiteral("symbols"))));
+    }
+
+    void positionRowsOpenThePortfolio()
+    {
+        int opened = 0;
+        ui::MenuActions actions;
+        actions.openPortfolio = [&opened] { ++opened; };
+        std::unique_ptr<QWidget> content(
+            ui::buildPulseMenu(ui::pulseMenuModel(withAccount(3)), actions).content);
+        const auto rows = content->findChildren<QAbstractButton *>(QStringLiteral("positionRow"));
+        QCOMPARE(rows.size(), 3);
+        rows[1]->click();
+        QCOMPARE(opened, 1);
+    }
+
+    void onboarding_data()
+    {
+        QTest::addColumn<QString>("language");
+        QTest::addColumn<QString>("signIn");
+        QTest::newRow("en") << "en"
+                            << "Sign in with Mireo";
+        QTest::newRow("pt") << "pt"
+                            << "Iniciar sessão na Mireo";
+    }
+    void onboarding()
+    {
+        QFETCH(QString, language);
+        QFETCH(QString, signIn);
+        AppSettings settings(Defaults::shared());
+        settings.setLanguage(language);
+        ui::OnboardingView view(settings);
+        QVERIFY(ui::renderWidgetToPng(view, artifact(QStringLiteral("onboarding-") + language)));
+        QCOMPARE(view.width(), 420);
+        QCOMPARE(view.findChild<QPushButton *>(QStringLiteral("signIn"))->text(), signIn);
+        const QStringList problems =
+            layoutProblems(view, view.rect().marginsRemoved({26, 26, 26, 26}));
+        QVERIFY2(problems.isEmpty(), qPrintable(problems.join(u'\n')));
+        // The long Portuguese steps wrap rather than run out.
+        for (int step = 1; step <= 3; ++step) {
+            const auto *label = view.findChild<QLabel *>(QStringLiteral("step%1").arg(step));
+            QVERIFY(label->wordWrap());
+            QVERIFY(label->height() >= label->heightForWidth(label->width()));
+        }
+    }
+
+    void onboardingFollowsTheLanguage()
+    {
+        AppSettings settings(Defaults::shared());
+        settings.setLanguage(QStringLiteral("en"));
+        ui::OnboardingView view(settings);
+        QSignalSpy signIn(&view, &ui::OnboardingView::signInRequested);
+        QSignalSpy close(&view, &ui::OnboardingView::closeRequested);
+        auto *later = view.findChild<QPushButton *>(QStringLiteral("later"));
+        QCOMPARE(later->text(), QStringLiteral("Later"));
+        settings.setLanguage(QStringLiteral("pt"));
+        QTRY_COMPARE(later->text(), QStringLiteral("Mais tarde"));
+        QCOMPARE(view.findChild<QLabel *>(QStringLiteral("step3"))->text(),
+                 QStringLiteral("Permite notificações: decisão do dia, execuções e alertas de "
+                                "segurança vêm ter contigo."));
+        later->click();
+        view.findChild<QPushButton *>(QStringLiteral("signIn"))->click();
+        QCOMPARE(close.size(), 1);
+        QCOMPARE(signIn.size(), 1);
+    }
+};
+
+int main(int argc, char *argv[])
+{
+    QTemporaryDir home;
+    qputenv("XDG_CONFIG_HOME", home.path().toUtf8());
+    QApplication app(argc, argv);
+    TestUiArtifacts test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "tst_uiartifacts.moc"
