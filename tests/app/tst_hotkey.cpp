@@ -1,0 +1,227 @@
+#include "platform/linux/X11HotKey.h"
+
+#include <QGuiApplication>
+#include <QProcess>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTest>
+#include <csignal>
+#include <fcntl.h>
+#include <memory>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+// A private X server for this test, started before the application connects to it.
+class Xvfb
+{
+public:
+    Xvfb()
+    {
+        const QByteArray program = QStandardPaths::findExecutable("Xvfb").toLocal8Bit();
+        int fds[2];
+        if (program.isEmpty() || ::pipe(fds) != 0)
+            return;
+        // -displayfd: the server picks a free display number and writes it to us.
+        const QByteArray fd = QByteArray::number(fds[1]);
+        m_pid = ::fork();
+        if (m_pid == 0) {
+            // Dies with the test, even one that aborts, and keeps ctest's output pipes free.
+            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+            const int null = ::open("/dev/null", O_RDWR);
+            ::dup2(null, 0);
+            ::dup2(null, 1);
+            ::dup2(null, 2);
+            ::execl(program.constData(), program.constData(), "-displayfd", fd.constData(),
+                    "-nolisten", "tcp", "-screen", "0", "1024x768x24", nullptr);
+            ::_exit(127);
+        }
+        if (m_pid < 0)
+            m_pid = 0;
+        ::close(fds[1]);
+        QByteArray number;
+        pollfd reader{fds[0], POLLIN, 0};
+        char c = 0;
+        while (m_pid && ::poll(&reader, 1, 10000) > 0 && ::read(fds[0], &c, 1) == 1 && c != '\n')
+            number += c;
+        ::close(fds[0]);
+        if (!number.isEmpty())
+            m_display = ":" + number;
+    }
+    ~Xvfb()
+    {
+        if (m_pid) {
+            ::kill(m_pid, SIGTERM);
+            ::waitpid(m_pid, nullptr, 0);
+        }
+    }
+    QByteArray display() const { return m_display; }
+
+private:
+    pid_t m_pid = 0;
+    QByteArray m_display;
+};
+
+Xvfb *server = nullptr;
+
+// Presses keys through XTEST, as a keyboard would; `keys` is a space-separated sequence.
+bool press(const QString &keys)
+{
+    QProcess xdotool;
+    xdotool.start("xdotool", QStringList{"key", "--delay", "20"} + keys.split(' '));
+    return xdotool.waitForFinished(10000) && xdotool.exitCode() == 0;
+}
+} // namespace
+
+class TestHotKey : public QObject
+{
+    Q_OBJECT
+
+    void requireX()
+    {
+        if (!server || server->display().isEmpty())
+            QSKIP("Xvfb is not installed");
+        if (QStandardPaths::findExecutable("xdotool").isEmpty())
+            QSKIP("xdotool is not installed");
+    }
+
+    std::unique_ptr<X11HotKey> make(bool shared)
+    {
+        return std::unique_ptr<X11HotKey>(shared ? X11HotKey::create()
+                                                 : new X11HotKey(server->display()));
+    }
+
+private Q_SLOTS:
+    void pressing_data()
+    {
+        QTest::addColumn<bool>("shared");
+        QTest::addColumn<QString>("locks");
+        QTest::addColumn<QString>("keys");
+        QTest::addColumn<int>("activations");
+        for (const bool shared : {true, false}) {
+            const char *connection = shared ? "Qt's connection" : "own connection";
+            const auto row = [&](const char *name) -> QTestData & {
+                return QTest::addRow("%s, %s", connection, name) << shared;
+            };
+            row("alt+shift+k") << ""
+                               << "alt+shift+k" << 1;
+            row("with Caps Lock") << "Caps_Lock"
+                                  << "alt+shift+k" << 1;
+            row("with Num Lock") << "Num_Lock"
+                                 << "alt+shift+k" << 1;
+            row("with both locks") << "Caps_Lock Num_Lock"
+                                   << "alt+shift+k" << 1;
+            row("twice") << ""
+                         << "alt+shift+k alt+shift+k" << 2;
+            row("alt+k") << ""
+                         << "alt+k" << 0;
+            row("shift+k") << ""
+                           << "shift+k" << 0;
+            row("ctrl+alt+shift+k") << ""
+                                    << "ctrl+alt+shift+k" << 0;
+            row("alt+shift+j") << ""
+                               << "alt+shift+j" << 0;
+        }
+    }
+    void pressing()
+    {
+        requireX();
+        QFETCH(bool, shared);
+        QFETCH(QString, locks);
+        QFETCH(QString, keys);
+        QFETCH(int, activations);
+
+        const std::unique_ptr<X11HotKey> hotKey = make(shared);
+        QVERIFY(hotKey->registerCombination(HotKey::quickPanelCombination));
+        QSignalSpy activated(hotKey.get(), &HotKey::activated);
+        if (!locks.isEmpty())
+            QVERIFY(press(locks));
+        QVERIFY(press(keys));
+        if (!locks.isEmpty())
+            QVERIFY(press(locks)); // toggled off again for the next row
+        QTest::qWait(150);
+        QCOMPARE(activated.size(), activations);
+    }
+
+    // The signal comes from the event loop, not from inside the event handling.
+    void emitsOnTheNextTurn()
+    {
+        requireX();
+        const std::unique_ptr<X11HotKey> hotKey = make(false);
+        QVERIFY(hotKey->registerCombination(HotKey::quickPanelCombination));
+        QSignalSpy activated(hotKey.get(), &HotKey::activated);
+        QVERIFY(press("alt+shift+k"));
+        QTRY_COMPARE(activated.size(), 1);
+    }
+
+    void aCombinationTakenElsewhereStaysInert_data()
+    {
+        QTest::addColumn<bool>("shared");
+        QTest::newRow("Qt's connection") << true;
+        QTest::newRow("own connection") << false;
+    }
+    void aCombinationTakenElsewhereStaysInert()
+    {
+        requireX();
+        QFETCH(bool, shared);
+        // Another X client got there first.
+        X11HotKey owner(server->display());
+        QVERIFY(owner.registerCombination(HotKey::quickPanelCombination));
+        QSignalSpy ownerActivated(&owner, &HotKey::activated);
+
+        const std::unique_ptr<X11HotKey> late = make(shared);
+        QVERIFY(!late->registerCombination(HotKey::quickPanelCombination));
+        QSignalSpy lateActivated(late.get(), &HotKey::activated);
+        QVERIFY(press("alt+shift+k"));
+        QVERIFY(press("Caps_Lock alt+shift+k Caps_Lock"));
+        QTRY_COMPARE(ownerActivated.size(), 2);
+        QTest::qWait(100);
+        QCOMPARE(lateActivated.size(), 0);
+    }
+
+    void registersOnlyOnce()
+    {
+        requireX();
+        X11HotKey hotKey(server->display());
+        QVERIFY(hotKey.registerCombination(HotKey::quickPanelCombination));
+        QVERIFY(!hotKey.registerCombination(Qt::AltModifier | Qt::Key_J));
+    }
+
+    void withoutAnXServer_data()
+    {
+        QTest::addColumn<QByteArray>("display");
+        QTest::newRow("no DISPLAY") << QByteArray();
+        QTest::newRow("nobody there") << QByteArray(":4242");
+        QTest::newRow("garbage") << QByteArray("not a display");
+    }
+    void withoutAnXServer()
+    {
+        QFETCH(QByteArray, display);
+        X11HotKey hotKey(display);
+        QVERIFY(!hotKey.hasConnection());
+        QVERIFY(!hotKey.registerCombination(HotKey::quickPanelCombination));
+    }
+
+    void keysItCannotName()
+    {
+        requireX();
+        X11HotKey hotKey(server->display());
+        QVERIFY(!hotKey.registerCombination(Qt::AltModifier | Qt::Key_Escape));
+    }
+};
+
+int main(int argc, char *argv[])
+{
+    Xvfb xvfb;
+    server = &xvfb;
+    if (!xvfb.display().isEmpty()) {
+        qputenv("DISPLAY", xvfb.display());
+        qputenv("QT_QPA_PLATFORM", "xcb");
+    }
+    QGuiApplication app(argc, argv);
+    TestHotKey test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "tst_hotkey.moc"

@@ -1,0 +1,136 @@
+#include "app/NotchCheck.h"
+#include "platform/linux/QtScreen.h"
+#include "settings/Defaults.h"
+
+#include <QGuiApplication>
+#include <QTemporaryDir>
+#include <QTest>
+#include <memory>
+
+using namespace std::chrono_literals;
+
+namespace {
+// A display with a camera housing between x = 620 and x = 820.
+ScreenGeometry notched(double inset = 32)
+{
+    return {QRectF(0, 32, 1512, 912), inset, QRectF(0, 0, 620, 32), QRectF(820, 0, 692, 32)};
+}
+QRectF itemSpanning(double from, double to)
+{
+    return QRectF(from, 0, to - from, 24);
+}
+} // namespace
+
+class TestNotch : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void hidden_data()
+    {
+        QTest::addColumn<std::optional<QRectF>>("item");
+        QTest::addColumn<std::optional<ScreenGeometry>>("screen");
+        QTest::addColumn<bool>("hidden");
+
+        using Item = std::optional<QRectF>;
+        using Screen = std::optional<ScreenGeometry>;
+        QTest::newRow("600-660 reaches into the gap")
+            << Item(itemSpanning(600, 660)) << Screen(notched()) << true;
+        QTest::newRow("ends exactly at 620")
+            << Item(itemSpanning(560, 620)) << Screen(notched()) << false;
+        QTest::newRow("inside the gap")
+            << Item(itemSpanning(700, 760)) << Screen(notched()) << true;
+        QTest::newRow("810-830 reaches into the gap")
+            << Item(itemSpanning(810, 830)) << Screen(notched()) << true;
+        QTest::newRow("starts exactly at 820")
+            << Item(itemSpanning(820, 880)) << Screen(notched()) << false;
+        QTest::newRow("inset 0") << Item(itemSpanning(600, 660)) << Screen(notched(0)) << false;
+        QTest::newRow("no left area")
+            << Item(itemSpanning(600, 660))
+            << Screen(ScreenGeometry{QRectF(), 32, std::nullopt, QRectF(820, 0, 692, 32)}) << false;
+        QTest::newRow("no right area")
+            << Item(itemSpanning(600, 660))
+            << Screen(ScreenGeometry{QRectF(), 32, QRectF(0, 0, 620, 32), std::nullopt}) << false;
+        QTest::newRow("no item window") << Item() << Screen(notched()) << false;
+        QTest::newRow("no screen") << Item(itemSpanning(600, 660)) << Screen() << false;
+    }
+    void hidden()
+    {
+        QFETCH(std::optional<QRectF>, item);
+        QFETCH(std::optional<ScreenGeometry>, screen);
+        QFETCH(bool, hidden);
+        QCOMPARE(notch::isHidden(item, screen), hidden);
+    }
+
+    void postsOnceAfterItsDelayInTheCurrentLanguage_data()
+    {
+        QTest::addColumn<QString>("language");
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("bodyPart");
+        QTest::newRow("en") << "en"
+                            << "Mireo is hidden by the notch"
+                            << "(Cmd-drag it off)";
+        QTest::newRow("pt") << "pt"
+                            << "A Mireo está atrás do notch"
+                            << "(Cmd+arrastar)";
+    }
+    void postsOnceAfterItsDelayInTheCurrentLanguage()
+    {
+        QFETCH(QString, language);
+        QFETCH(QString, title);
+        QFETCH(QString, bodyPart);
+        Defaults::shared().setString("app.language", language);
+
+        QObject owner;
+        QList<notch::Warning> posted;
+        notch::schedule(&owner,
+                        {[] { return itemSpanning(600, 660); },
+                         [](const QRectF &) { return notched(); },
+                         [&](const notch::Warning &warning) { posted.append(warning); }},
+                        100ms);
+        QTest::qWait(40);
+        QVERIFY(posted.isEmpty());
+        QTRY_COMPARE(posted.size(), 1);
+        QCOMPARE(posted.first().identifier, QStringLiteral("notch-hidden"));
+        QCOMPARE(posted.first().title, title);
+        QVERIFY(posted.first().body.contains(bodyPart));
+        QTest::qWait(150);
+        QCOMPARE(posted.size(), 1);
+    }
+
+    void nothingOnceTheOwnerIsGone()
+    {
+        auto owner = std::make_unique<QObject>();
+        int posted = 0;
+        notch::schedule(owner.get(),
+                        {[] { return itemSpanning(600, 660); },
+                         [](const QRectF &) { return notched(); },
+                         [&](const notch::Warning &) { ++posted; }},
+                        20ms);
+        owner.reset();
+        QTest::qWait(80);
+        QCOMPARE(posted, 0);
+    }
+
+    // The Linux screens report no housing, so the warning never fires there.
+    void linuxScreensNeverWarn()
+    {
+        const QtScreen screens;
+        const std::optional<ScreenGeometry> main = screens.mainScreen();
+        QVERIFY(main.has_value());
+        QCOMPARE(main->safeAreaTopInset, 0.0);
+        QVERIFY(!main->visibleFrame.isEmpty());
+        const QRectF item(main->visibleFrame.center(), QSizeF(60, 24));
+        QVERIFY(!notch::isHidden(item, screens.screenAt(item.center())));
+        QVERIFY(!screens.screenAt(QPointF(-100000, -100000)).has_value());
+    }
+};
+
+int main(int argc, char *argv[])
+{
+    QTemporaryDir home;
+    qputenv("XDG_CONFIG_HOME", home.path().toUtf8());
+    QGuiApplication app(argc, argv);
+    TestNotch test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "tst_notch.moc"

@@ -1,0 +1,270 @@
+#include "account/Browser.h"
+#include "app/Appcast.h"
+#include "app/Updates.h"
+#include "net/HttpClient.h"
+#include "settings/Defaults.h"
+#include "support/StandinFixture.h"
+#include "support/TestSupport.h"
+
+#include <QCoroTask>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace std::chrono_literals;
+
+Q_DECLARE_METATYPE(std::optional<AppcastRelease>)
+
+namespace {
+const QString appcastPath = "/appcast.xml";
+
+QByteArray feed(const QByteArray &items)
+{
+    return R"(<?xml version="1.0" encoding="utf-8"?>
+<rss version="2.0" xmlns:sparkle="http://www.andymatuschak.org/xml-namespaces/sparkle">
+<channel><title>Mireo Pulse</title>)" +
+           items + "</channel></rss>";
+}
+
+QByteArray item(const QByteArray &version, const QByteArray &shortVersion = {},
+                const QByteArray &link = "https://example.com/download")
+{
+    QByteArray text = "<item><title>Release</title>";
+    if (!version.isEmpty())
+        text += "<sparkle:version>" + version + "</sparkle:version>";
+    if (!shortVersion.isEmpty())
+        text += "<sparkle:shortVersionString>" + shortVersion + "</sparkle:shortVersionString>";
+    if (!link.isEmpty())
+        text += "<link>" + link + "</link>";
+    return text +
+           R"(<enclosure url="https://example.com/pulse.tar.gz" length="1" type="application/octet-stream"/></item>)";
+}
+
+AppcastRelease release(const QString &version, const QString &display, const QString &page)
+{
+    return {version, display, page.isEmpty() ? std::nullopt : std::optional<QUrl>(QUrl(page))};
+}
+
+struct RecordingBrowser final : Browser
+{
+    QList<QUrl> opened;
+    void open(const QUrl &url) override { opened.append(url); }
+};
+
+void finish(QCoro::Task<> task)
+{
+    bool done = false;
+    QCoro::connect(std::move(task), qApp, [&] { done = true; });
+    if (!QTest::qWaitFor([&] { return done; }, 5000))
+        qFatal("the check never finished");
+}
+} // namespace
+
+class TestUpdates : public QObject
+{
+    Q_OBJECT
+
+    struct Checker
+    {
+        testing::StandinFixture standin;
+        net::HttpClient http{"MireoDesktopNative/0.1"};
+        RecordingBrowser browser;
+        UpdateChecker checker{http, browser, standin.url().resolved(QUrl("appcast.xml")), "0.1.0"};
+        QSignalSpy notices{&checker, &UpdateChecker::notice};
+        Checker() { http.setTimeoutLimit(testing::shortTimeout); }
+        QString lastNotice() const
+        {
+            return notices.isEmpty() ? QString() : notices.last().at(0).value<UpdateNotice>().text;
+        }
+    };
+
+private Q_SLOTS:
+    void init() { Defaults::shared().setString("app.language", "en"); }
+
+    void parsing_data()
+    {
+        QTest::addColumn<QByteArray>("xml");
+        QTest::addColumn<std::optional<AppcastRelease>>("expected");
+        using R = std::optional<AppcastRelease>;
+        QTest::newRow("good feed") << feed(item("42", "1.2.0"))
+                                   << R(release("42", "1.2.0", "https://example.com/download"));
+        QTest::newRow("several items, newest not first")
+            << feed(item("1.9") + item("1.10", {}, "https://example.com/1.10") + item("1.2"))
+            << R(release("1.10", "1.10", "https://example.com/1.10"));
+        QTest::newRow("version on the enclosure")
+            << feed(
+                   R"(<item><link>https://example.com/p</link><enclosure url="https://example.com/f"
+                 sparkle:version="2.0" sparkle:shortVersionString="2.0 beta"/></item>)")
+            << R(release("2.0", "2.0 beta", "https://example.com/p"));
+        QTest::newRow("no link: the enclosure")
+            << feed(item("3.0", {}, {}))
+            << R(release("3.0", "3.0", "https://example.com/pulse.tar.gz"));
+        QTest::newRow("a link that is no web page")
+            << feed(item("3.0", {}, "javascript:alert(1)"))
+            << R(release("3.0", "3.0", "https://example.com/pulse.tar.gz"));
+        QTest::newRow("missing version") << feed(item({})) << R();
+        QTest::newRow("an item without version is skipped")
+            << feed(item({}) + item("0.5"))
+            << R(release("0.5", "0.5", "https://example.com/download"));
+        QTest::newRow("no item") << feed({}) << R();
+        QTest::newRow("not XML") << QByteArray(R"({"version":"9.9"})") << R();
+        QTest::newRow("HTML error page") << QByteArray("<html><body>502</body></html>") << R();
+        QTest::newRow("cut off") << feed(item("9.0")).left(200) << R();
+        QTest::newRow("empty") << QByteArray() << R();
+    }
+    void parsing()
+    {
+        QFETCH(QByteArray, xml);
+        QFETCH(std::optional<AppcastRelease>, expected);
+        const std::optional<AppcastRelease> parsed = parseAppcast(xml);
+        QCOMPARE(parsed.has_value(), expected.has_value());
+        if (expected) {
+            QCOMPARE(parsed->version, expected->version);
+            QCOMPARE(parsed->displayVersion, expected->displayVersion);
+            QCOMPARE(parsed->page, expected->page);
+        }
+    }
+
+    void ordering_data()
+    {
+        QTest::addColumn<QString>("a");
+        QTest::addColumn<QString>("b");
+        QTest::addColumn<int>("order");
+        QTest::newRow("1.10 > 1.9") << "1.10"
+                                    << "1.9" << 1;
+        QTest::newRow("1.0 == 1.0.0") << "1.0"
+                                      << "1.0.0" << 0;
+        QTest::newRow("0.1.0 < 0.2") << "0.1.0"
+                                     << "0.2" << -1;
+        QTest::newRow("2 < 10") << "2"
+                                << "10" << -1;
+        QTest::newRow("leading zeros") << "01.002"
+                                       << "1.2" << 0;
+        QTest::newRow("beyond 64 bits") << "99999999999999999999999"
+                                        << "9999999999" << 1;
+        QTest::newRow("pre-release first") << "1.0b1"
+                                           << "1.0" << -1;
+        QTest::newRow("pre-releases by text") << "1.0b2"
+                                              << "1.0b1" << 1;
+        QTest::newRow("equal") << "0.1.0"
+                               << "0.1.0" << 0;
+    }
+    void ordering()
+    {
+        QFETCH(QString, a);
+        QFETCH(QString, b);
+        QFETCH(int, order);
+        QCOMPARE(compareVersions(a, b), order);
+        QCOMPARE(compareVersions(b, a), -order);
+    }
+
+    void checks_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<int>("delayMs");
+        QTest::addColumn<QString>("language");
+        QTest::addColumn<QString>("notice");
+        QTest::addColumn<std::optional<QString>>("available");
+
+        using V = std::optional<QString>;
+        const QByteArray newer = feed(item("0.2.0", "0.2"));
+        const QByteArray same = feed(item("0.1.0"));
+        const QString failed = "offline — could not check for updates";
+        QTest::newRow("newer") << 200 << newer << 0 << "en"
+                               << "Version 0.2 is available." << V("0.2");
+        QTest::newRow("newer, pt") << 200 << newer << 0 << "pt"
+                                   << "Já está disponível a versão 0.2." << V("0.2");
+        QTest::newRow("up to date") << 200 << same << 0 << "en"
+                                    << "You have the latest version (0.1.0)." << V();
+        QTest::newRow("up to date, pt") << 200 << same << 0 << "pt"
+                                        << "Tens a versão mais recente (0.1.0)." << V();
+        QTest::newRow("older") << 200 << feed(item("0.0.9")) << 0 << "en"
+                               << "You have the latest version (0.1.0)." << V();
+        // Failures keep what the earlier check found (0.3).
+        QTest::newRow("not XML") << 200 << QByteArray("not xml") << 0 << "en" << failed << V("0.3");
+        QTest::newRow("no item") << 200 << feed({}) << 0 << "en" << failed << V("0.3");
+        QTest::newRow("404") << 404 << newer << 0 << "en" << failed << V("0.3");
+        QTest::newRow("huge") << 200 << QByteArray(1536 * 1024, ' ') + newer << 0 << "en" << failed
+                              << V("0.3");
+        QTest::newRow("slow") << 200 << newer << 1500 << "en" << failed << V("0.3");
+        QTest::newRow("failed, pt")
+            << 404 << newer << 0 << "pt"
+            << "offline — não foi possível procurar atualizações" << V("0.3");
+    }
+    void checks()
+    {
+        QFETCH(int, status);
+        QFETCH(QByteArray, body);
+        QFETCH(int, delayMs);
+        QFETCH(QString, language);
+        QFETCH(QString, notice);
+        QFETCH(std::optional<QString>, available);
+
+        Checker c;
+        c.standin.answer(appcastPath, 200, feed(item("0.3")));
+        finish(c.checker.checkNow());
+        QCOMPARE(c.checker.availableVersion(), std::optional<QString>("0.3"));
+
+        Defaults::shared().setString("app.language", language);
+        standin::Override answer;
+        answer.status = status;
+        answer.body = body;
+        answer.delayMs = delayMs;
+        c.standin.server.overrideNext(appcastPath, answer);
+        QSignalSpy checking(&c.checker, &UpdateChecker::checkingChanged);
+        finish(c.checker.checkNow());
+
+        QCOMPARE(c.notices.size(), 2);
+        QCOMPARE(c.lastNotice(), notice);
+        QCOMPARE(c.checker.availableVersion(), available);
+        QCOMPARE(checking.size(), 2);
+        QVERIFY(!c.checker.checking());
+        const UpdateNotice told = c.notices.last().at(0).value<UpdateNotice>();
+        QCOMPARE(told.downloadPage.has_value(), notice.contains("0.2"));
+    }
+
+    void theDownloadPageOpens()
+    {
+        Checker c;
+        c.checker.openDownloadPage();
+        QVERIFY(c.browser.opened.isEmpty());
+        c.standin.answer(appcastPath, 200, feed(item("0.2.0", {}, "https://example.com/0.2")));
+        finish(c.checker.checkNow());
+        c.checker.openDownloadPage();
+        QCOMPARE(c.browser.opened, QList<QUrl>{QUrl("https://example.com/0.2")});
+    }
+
+    // Silent unless there is news, and the same news only once.
+    void scheduledChecks()
+    {
+        Checker c;
+        c.standin.answer(appcastPath, 200, feed(item("0.1.0")), 2);
+        c.standin.answer(appcastPath, 200, feed(item("0.2.0")), 3);
+        c.standin.answer(appcastPath, 200, feed(item("0.3.0")), 1);
+        c.standin.answer(appcastPath, 404, {}, 1000);
+        c.checker.startScheduledChecks(10ms, 40ms);
+        QTRY_COMPARE_WITH_TIMEOUT(c.notices.size(), 2, 5000);
+        QCOMPARE(c.notices.at(0).at(0).value<UpdateNotice>().text,
+                 QString("Version 0.2.0 is available."));
+        QCOMPARE(c.lastNotice(), QString("Version 0.3.0 is available."));
+        // Afterwards the feed fails (404): nothing more is said and 0.3.0 stays known.
+        QTest::qWait(300);
+        QCOMPARE(c.notices.size(), 2);
+        QCOMPARE(c.checker.availableVersion(), std::optional<QString>("0.3.0"));
+    }
+
+    void feedAddress()
+    {
+        const QUrl site("http://127.0.0.1:8787");
+        qunsetenv("MIREO_APPCAST_URL");
+        QCOMPARE(appcastUrl(site), QUrl("http://127.0.0.1:8787/appcast.xml"));
+        qputenv("MIREO_APPCAST_URL", "http://127.0.0.1:9999/feed.xml");
+        QCOMPARE(appcastUrl(site), QUrl("http://127.0.0.1:9999/feed.xml"));
+        qputenv("MIREO_APPCAST_URL", "not a url");
+        QCOMPARE(appcastUrl(site), QUrl("http://127.0.0.1:8787/appcast.xml"));
+        qunsetenv("MIREO_APPCAST_URL");
+    }
+};
+
+MIREO_TEST_MAIN_WITH_PRIVATE_CONFIG(TestUpdates)
+#include "tst_updates.moc"
