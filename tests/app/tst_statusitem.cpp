@@ -13,6 +13,7 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QXmlStreamReader>
 #include <memory>
 
 // Counts what the item announces, as a panel listening on the bus would.
@@ -132,6 +133,89 @@ private Q_SLOTS:
         item.setTitle(QStringLiteral("M +12.3%"));
         QTRY_VERIFY(item.isVisible());
         QCOMPARE(property(watcher.connection(), item.serviceName(), name), value);
+    }
+
+    // Hosts build their proxies from the introspection data: the signatures must be exact.
+    void introspectedSignatures_data()
+    {
+        QTest::addColumn<QString>("element");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("signature");
+        QTest::newRow("pixmaps") << "property"
+                                 << "IconPixmap"
+                                 << "a(iiay)";
+        QTest::newRow("tool tip") << "property"
+                                  << "ToolTip"
+                                  << "(sa(iiay)ss)";
+        QTest::newRow("window id") << "property"
+                                   << "WindowId"
+                                   << "i";
+        QTest::newRow("is menu") << "property"
+                                 << "ItemIsMenu"
+                                 << "b";
+        QTest::newRow("label") << "property"
+                               << "XAyatanaLabel"
+                               << "s";
+        QTest::newRow("Activate") << "method"
+                                  << "Activate"
+                                  << "ii";
+        QTest::newRow("ContextMenu") << "method"
+                                     << "ContextMenu"
+                                     << "ii";
+        QTest::newRow("Scroll") << "method"
+                                << "Scroll"
+                                << "is";
+        QTest::newRow("NewTitle") << "signal"
+                                  << "NewTitle"
+                                  << "";
+        QTest::newRow("label signal") << "signal"
+                                      << "XAyatanaNewLabel"
+                                      << "ss";
+        QTest::newRow("NewStatus") << "signal"
+                                   << "NewStatus"
+                                   << "s";
+    }
+    void introspectedSignatures()
+    {
+        QFETCH(QString, element);
+        QFETCH(QString, name);
+        QFETCH(QString, signature);
+        SniWatcher watcher(m_bus->address());
+        QVERIFY(watcher.start());
+        StatusNotifierItem item(appConnection());
+        QTRY_VERIFY(item.isVisible());
+        const QDBusMessage reply = call(
+            watcher.connection(), QDBusMessage::createMethodCall(
+                                      item.serviceName(), QStringLiteral("/StatusNotifierItem"),
+                                      QStringLiteral("org.freedesktop.DBus.Introspectable"),
+                                      QStringLiteral("Introspect")));
+        QXmlStreamReader xml(reply.arguments().value(0).toString());
+        bool inItem = false;
+        QString found;
+        bool seen = false;
+        while (!xml.atEnd()) {
+            xml.readNext();
+            if (xml.isStartElement() && xml.name() == u"interface")
+                inItem =
+                    xml.attributes().value(QStringLiteral("name")) == u"org.kde.StatusNotifierItem";
+            if (!inItem || !xml.isStartElement())
+                continue;
+            if (xml.name() == element && xml.attributes().value(QStringLiteral("name")) == name) {
+                seen = true;
+                if (element == u"property")
+                    found = xml.attributes().value(QStringLiteral("type")).toString();
+            } else if (seen && xml.name() == u"arg" && element != u"property") {
+                // Signals only have arguments going out; methods list their replies as out.
+                if (element == u"signal" ||
+                    xml.attributes().value(QStringLiteral("direction")) != u"out")
+                    found += xml.attributes().value(QStringLiteral("type"));
+            } else if (xml.name() != u"arg" && xml.name() != u"annotation") {
+                if (seen)
+                    break;
+            }
+        }
+        QVERIFY2(seen, qPrintable(name));
+        QCOMPARE(found, signature);
     }
 
     void titleChangesAreAnnouncedOnce()
