@@ -83,7 +83,7 @@ struct Signal
 // Today's swing decision, derived from the signals response.
 struct TodayDecision
 {
-    QString decidedAt; // the server's text, compared as text
+    QString decidedAt;   // the server's text, compared as text
     QStringList symbols; // empty: decided, no trade today
     bool operator==(const TodayDecision &) const = default;
 };

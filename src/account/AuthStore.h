@@ -27,8 +27,10 @@ class AuthStore : public QObject
     Q_PROPERTY(bool isSignedIn READ isSignedIn NOTIFY isSignedInChanged)
     Q_PROPERTY(bool signingIn READ signingIn NOTIFY signingInChanged)
     Q_PROPERTY(std::optional<Portfolio> portfolio READ portfolio NOTIFY portfolioChanged)
-    Q_PROPERTY(std::optional<QDateTime> portfolioAsOf READ portfolioAsOf NOTIFY portfolioAsOfChanged)
-    Q_PROPERTY(std::optional<TodayDecision> todayDecision READ todayDecision NOTIFY todayDecisionChanged)
+    Q_PROPERTY(
+        std::optional<QDateTime> portfolioAsOf READ portfolioAsOf NOTIFY portfolioAsOfChanged)
+    Q_PROPERTY(
+        std::optional<TodayDecision> todayDecision READ todayDecision NOTIFY todayDecisionChanged)
     Q_PROPERTY(std::optional<QString> lastError READ lastError NOTIFY lastErrorChanged)
     Q_PROPERTY(QList<Position> positions READ positions NOTIFY positionsChanged)
 
@@ -95,7 +97,7 @@ private:
     QCoro::Task<> loadTodayDecision();
     QCoro::Task<> loadPositions();
     void restorePortfolioCache();
-    bool hasStoredRefreshToken() const;
+    bool hasStoredRefreshToken();
 
     void setIsSignedIn(bool value);
     void setSigningIn(bool value);

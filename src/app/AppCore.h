@@ -1,11 +1,14 @@
 #pragma once
 
+#include "account/AuthStore.h"
 #include "net/HttpClient.h"
 #include "pulse/PulseStore.h"
 
 #include <QObject>
 
+class Browser;
 class Defaults;
+class SecretStore;
 namespace net {
 class Clock;
 }
@@ -16,17 +19,19 @@ class AppCore : public QObject
 {
     Q_OBJECT
 public:
-    AppCore(Defaults &defaults, const net::Clock &clock, const QUrl &siteUrl,
-            QObject *parent = nullptr);
+    AppCore(Defaults &defaults, const net::Clock &clock, SecretStore &secrets, Browser &browser,
+            const AuthStore::Endpoints &endpoints, QObject *parent = nullptr);
 
     net::HttpClient &http() { return m_http; }
     PulseStore &pulse() { return m_pulse; }
+    AuthStore &auth() { return m_auth; }
 
-    // The menu-bar title; while signed out, the public one.
-    QString menuTitle() const { return m_pulse.menuTitle(); }
+    // The panel title for the chosen metric.
+    QString menuTitle() const;
 
 private:
     // Declared first: outlives the stores whose requests it carries.
     net::HttpClient m_http;
     PulseStore m_pulse;
+    AuthStore m_auth;
 };

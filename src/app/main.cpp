@@ -1,4 +1,6 @@
 #include "app/Headless.h"
+#include "settings/AppSettings.h"
+#include "settings/Defaults.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -20,9 +22,25 @@ int main(int argc, char *argv[])
                                         QStringLiteral("Print the menu-bar title once and exit."));
     const QCommandLineOption statusJson(
         QStringLiteral("status-json"), QStringLiteral("Print the current state as JSON and exit."));
-    parser.addOption(printTitle);
-    parser.addOption(statusJson);
+    const QCommandLineOption setMetric(
+        QStringLiteral("set-metric"),
+        QStringLiteral("Choose what the title shows (book, pct, pnl, pnlTotal) and exit."),
+        QStringLiteral("metric"));
+    const QCommandLineOption setLanguage(
+        QStringLiteral("set-language"),
+        QStringLiteral("Choose the language (system, en, pt) and exit."),
+        QStringLiteral("language"));
+    parser.addOptions({printTitle, statusJson, setMetric, setLanguage});
     parser.process(app);
+
+    if (parser.isSet(setMetric) || parser.isSet(setLanguage)) {
+        if (parser.isSet(setMetric))
+            AppSettings::shared().setMenuMetric(parser.value(setMetric));
+        if (parser.isSet(setLanguage))
+            AppSettings::shared().setLanguage(parser.value(setLanguage));
+        Defaults::shared().sync();
+        return 0;
+    }
 
     if (parser.isSet(statusJson))
         return runHeadless(HeadlessOutput::StatusJson);

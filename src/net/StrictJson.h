@@ -22,6 +22,8 @@ class StrictReader
 {
 public:
     bool failed() const { return m_failed; }
+    // For rules the reader cannot see, such as a required member that is missing.
+    void fail() { m_failed = true; }
 
     std::optional<double> number(const Json &object, const char *key);
     std::optional<qint64> integer(const Json &object, const char *key);

@@ -1,19 +1,17 @@
 #include "Server.h"
+#include "standin/StandinClient.h"
 
 #include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QNetworkAccessManager>
-#include <QNetworkProxy>
-#include <QNetworkReply>
-#include <QSignalSpy>
 #include <QTest>
 #include <QTimeZone>
 #include <memory>
 
 using namespace Qt::StringLiterals;
 using standin::Server;
+using testing::Answer;
 
 namespace {
 
@@ -21,23 +19,13 @@ const QString kTrack = u"/api/public/track-record"_s;
 const QString kStats = u"/api/public/stats"_s;
 const QDateTime kStart(QDate(2025, 3, 7), QTime(14, 30, 5, 123), QTimeZone::utc());
 
-struct Answer
-{
-    int status = 0;
-    QNetworkReply::NetworkError error = QNetworkReply::NoError;
-    QByteArray contentType;
-    qint64 declaredLength = -1;
-    QByteArray body;
-    QJsonObject json() const { return QJsonDocument::fromJson(body).object(); }
-};
-
 } // namespace
 
 class TstStandin : public QObject
 {
     Q_OBJECT
 
-    QNetworkAccessManager m_nam;
+    testing::StandinClient m_client;
     std::unique_ptr<Server> m_server;
     QDateTime m_now; // every server in a test shares this frozen clock
 
@@ -48,28 +36,12 @@ class TstStandin : public QObject
         return server->listen() ? std::move(server) : nullptr;
     }
 
-    // `request` is "VERB /path?query", or just the path for a GET.
     Answer fetch(const QString &request, const QByteArray &body = {}, Server *server = nullptr)
     {
-        const QString target = request.section(u' ', -1);
-        const QByteArray verb =
-            request.contains(u' ') ? request.section(u' ', 0, 0).toLatin1() : "GET";
-        const QUrl base = (server ? server : m_server.get())->baseUrl();
-        QNetworkRequest http(base.resolved(QUrl(target)));
-        http.setRawHeader("User-Agent", "MireoPulseTest/1.0");
-        if (!body.isEmpty())
-            http.setHeader(QNetworkRequest::ContentTypeHeader, QByteArray("application/json"));
-        std::unique_ptr<QNetworkReply> reply(m_nam.sendCustomRequest(http, verb, body));
-        QSignalSpy finished(reply.get(), &QNetworkReply::finished);
-        if (!reply->isFinished())
-            finished.wait(3000);
-        return {reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), reply->error(),
-                reply->header(QNetworkRequest::ContentTypeHeader).toByteArray(),
-                reply->header(QNetworkRequest::ContentLengthHeader).toLongLong(), reply->readAll()};
+        return m_client.fetch((server ? server : m_server.get())->baseUrl(), request, body);
     }
 
 private Q_SLOTS:
-    void initTestCase() { m_nam.setProxy(QNetworkProxy::NoProxy); }
     void init()
     {
         m_now = kStart;
@@ -190,7 +162,8 @@ private Q_SLOTS:
 
         // A client that gives up during the delay must not leave a write to a deleted socket.
         m_server->overrideNext(kTrack, {.delayMs = 200});
-        auto *abandoned = m_nam.get(QNetworkRequest(m_server->baseUrl().resolved(QUrl(kTrack))));
+        auto *abandoned =
+            m_client.nam().get(QNetworkRequest(m_server->baseUrl().resolved(QUrl(kTrack))));
         QTRY_COMPARE_WITH_TIMEOUT(m_server->requests().size(), 2, 3000);
         delete abandoned;
         QTest::qWait(300);

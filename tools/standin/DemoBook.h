@@ -34,6 +34,8 @@ public:
     // 0 stops the clock driving the book; otherwise at least 0.1 s. The index does not jump.
     void setStepSeconds(double seconds);
     double stepSeconds() const { return double(m_stepMs) / 1000; }
+    // The stand-in's one clock: token lifetimes and default timestamps follow it too.
+    QDateTime now() const { return m_now(); }
     void advance(int steps);
 
     qint64 step() const;

@@ -1,11 +1,11 @@
 #include "PublicRoutes.h"
 
+#include "Cents.h"
 #include "DemoBook.h"
 #include "Router.h"
 
 #include <QJsonArray>
 #include <array>
-#include <cmath>
 
 using namespace Qt::StringLiterals;
 
@@ -24,12 +24,6 @@ constexpr std::array<Account, DemoBook::kAccounts> kAccounts{{
     {u"Momentum", 0.3},
     {u"Income", 0.2},
 }};
-
-// The live service sends cents and hundredths of a percent; so do we.
-double cents(double value)
-{
-    return std::round(value * 100) / 100;
-}
 
 } // namespace
 

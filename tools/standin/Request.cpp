@@ -2,6 +2,7 @@
 
 #include <QHttpServerRequest>
 #include <QMetaEnum>
+#include <QUrlQuery>
 
 using namespace Qt::StringLiterals;
 
@@ -23,6 +24,23 @@ Request Request::from(const QHttpServerRequest &request)
     const QUrl url = request.url();
     return Request{methodName(request.method()), url.path(), url.query(QUrl::FullyEncoded),
                    request.headers(), request.body()};
+}
+
+QByteArray Request::header(QByteArrayView name) const
+{
+    for (const auto &[key, value] : headers) {
+        if (key.compare(name, Qt::CaseInsensitive) == 0)
+            return value;
+    }
+    return {};
+}
+
+QString Request::queryItem(const QString &key) const
+{
+    const QUrlQuery items(query);
+    if (!items.hasQueryItem(key))
+        return {};
+    return items.queryItemValue(key, QUrl::FullyDecoded);
 }
 
 } // namespace standin

@@ -20,6 +20,10 @@ struct Request
     QByteArray body;
 
     static Request from(const QHttpServerRequest &request);
+    // The first header of that name, compared case-insensitively; empty when absent.
+    QByteArray header(QByteArrayView name) const;
+    // A decoded query item; null when absent.
+    QString queryItem(const QString &key) const;
 };
 
 using LoggedRequest = Request;

@@ -1,12 +1,17 @@
 #include "Server.h"
 
+#include "AccountControlRoutes.h"
+#include "AccountRoutes.h"
+#include "AuthRoutes.h"
 #include "ControlRoutes.h"
 #include "PublicRoutes.h"
 
 #include <QHttpServerRequest>
+#include <QJsonArray>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTimer>
+#include <algorithm>
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -26,6 +31,10 @@ Server::Server(quint64 seed, QObject *parent) : QAbstractHttpServer(parent), m_b
 {
     addPublicRoutes(m_router, m_book);
     addControlRoutes(m_router, *this);
+    addAuthRoutes(m_router, m_tokens);
+    addAccountRoutes(m_router, m_book, m_account, m_tokens);
+    addAppcastRoutes(m_router, *this);
+    addAccountControlRoutes(m_router, *this);
 }
 
 bool Server::listen(quint16 port)
@@ -59,6 +68,57 @@ void Server::reset()
 {
     m_overrides.clear();
     m_log.clear();
+    m_tokens.clear();
+    m_account.reset();
+}
+
+Session Server::issueSession(int expiresInSeconds)
+{
+    const SessionTokens::Issued issued = m_tokens.issue(expiresInSeconds);
+    return Session{issued.accessToken, issued.refreshToken, SessionTokens::callbackUrl(issued)};
+}
+
+void Server::publishDecision(const QString &decidedAt, const QStringList &symbols)
+{
+    m_account.setDecision({decidedAt, symbols});
+}
+
+bool Server::addFill(const QJsonObject &trade)
+{
+    if (!tradeProblem(trade).isEmpty())
+        return false;
+    m_account.addTrade(trade);
+    return true;
+}
+
+QJsonObject Server::stateJson() const
+{
+    const AccountState::Decision &decision = m_account.decision();
+    const QJsonArray &trades = m_account.trades();
+    const QJsonValue decidedAt =
+        decision.decidedAt.isNull() ? QJsonValue(QJsonValue::Null) : QJsonValue(decision.decidedAt);
+    return QJsonObject{
+        {u"autoExecuteEnabled"_s, m_account.autoExecuteEnabled()},
+        {u"killSwitch"_s, m_account.killSwitch()},
+        {u"decision"_s, QJsonObject{{u"decidedAt"_s, decidedAt},
+                                    {u"symbols"_s, QJsonArray::fromStringList(decision.symbols)}}},
+        {u"trades"_s, trades.size()},
+        {u"fills"_s,
+         std::count_if(trades.begin(), trades.end(),
+                       [](const QJsonValue &trade) { return trade[u"filled_at"_s].isString(); })},
+        {u"accessTokens"_s, m_tokens.liveAccessTokens()},
+        {u"refreshTokens"_s, m_tokens.refreshTokens()},
+        {u"latestVersion"_s, m_feed.latestVersion},
+    };
+}
+
+bool Server::setLatestVersion(const QString &version)
+{
+    if (!AppcastFeed::isVersion(version))
+        return false;
+    m_feed.latestVersion = version;
+    m_feed.publishedAt = m_book.now();
+    return true;
 }
 
 bool Server::handleRequest(const QHttpServerRequest &httpRequest, QTcpSocket *socket)

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "AccountState.h"
+#include "AppcastRoutes.h"
 #include "DemoBook.h"
 #include "Override.h"
 #include "OverrideQueue.h"
 #include "Request.h"
 #include "RequestLog.h"
 #include "Router.h"
+#include "SessionTokens.h"
 
 #include <QAbstractHttpServer>
 #include <QUrl>
@@ -35,10 +38,35 @@ public:
     const QList<LoggedRequest> &requests() const { return m_log.requests(); }
     QJsonArray requestsJson() const { return m_log.toJson(); }
     void clearRequests() { m_log.clear(); }
+    // Drops overrides, the log, every session and the demo account's changes; the book and the
+    // updates feed stay as they are.
     void reset();
 
     DemoBook &book() { return m_book; }
     Router &router() { return m_router; }
+    QDateTime now() const { return m_book.now(); }
+
+    // The sign-in backend. A session is what the sign-in page would hand the app.
+    Session issueSession(int expiresInSeconds = SessionTokens::kDefaultLifetime);
+    void expireAccessTokens() { m_tokens.expireAccessTokens(); }
+    void revokeRefreshTokens() { m_tokens.revokeRefreshTokens(); }
+    SessionTokens &tokens() { return m_tokens; }
+
+    // The demo account.
+    bool autoExecuteEnabled() const { return m_account.autoExecuteEnabled(); }
+    bool killSwitch() const { return m_account.killSwitch(); }
+    void setKillSwitch(bool engaged) { m_account.setKillSwitch(engaged); }
+    // A null decidedAt leaves the swing answer without one (no decision yet).
+    void publishDecision(const QString &decidedAt, const QStringList &symbols);
+    // Appends one trade as the trades record has it; false (nothing added) for anything else.
+    bool addFill(const QJsonObject &trade);
+    AccountState &account() { return m_account; }
+    QJsonObject stateJson() const;
+
+    // The updates feed; false (nothing changed) for a version that is not dotted numbers.
+    bool setLatestVersion(const QString &version);
+    QString latestVersion() const { return m_feed.latestVersion; }
+    const AppcastFeed &feed() const { return m_feed; }
 
 protected:
     bool handleRequest(const QHttpServerRequest &request, QTcpSocket *socket) override;
@@ -48,6 +76,9 @@ private:
     void answer(QTcpSocket *socket, const Override &canned);
 
     DemoBook m_book;
+    SessionTokens m_tokens{m_book};
+    AccountState m_account{m_book};
+    AppcastFeed m_feed;
     OverrideQueue m_overrides;
     RequestLog m_log;
     Router m_router;

@@ -21,7 +21,9 @@ int main(int argc, char *argv[])
     const QCommandLineOption seedOption(u"seed"_s, u"Seed of the demo book."_s, u"S"_s, u"42"_s);
     const QCommandLineOption stepOption(
         u"step-seconds"_s, u"Seconds per demo-book step (0: only on request)."_s, u"X"_s, u"5"_s);
-    parser.addOptions({portOption, seedOption, stepOption});
+    const QCommandLineOption versionOption(
+        u"latest-version"_s, u"Version the updates feed announces."_s, u"X.Y.Z"_s, u"0.1.0"_s);
+    parser.addOptions({portOption, seedOption, stepOption, versionOption});
     parser.process(app);
 
     QTextStream err(stderr);
@@ -38,6 +40,10 @@ int main(int argc, char *argv[])
 
     standin::Server server(seed);
     server.book().setStepSeconds(stepSeconds);
+    if (!server.setLatestVersion(parser.value(versionOption))) {
+        err << "mireo-standin: --latest-version takes dotted numbers, e.g. 1.2.0\n";
+        return 2;
+    }
     if (!server.listen(quint16(port))) {
         err << "mireo-standin: cannot listen on 127.0.0.1:" << port << ": " << server.errorString()
             << '\n';

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "account/SecretStore.h"
+
+#include <QHash>
+#include <QObject>
+
+// Secrets in the desktop's keychain (the Secret Service) through QtKeychain, never its plaintext
+// fallback. The keychain answers asynchronously; callers expect a plain read, so each key is
+// read once and mirrored in memory, and writes go out in order in the background. Pending
+// writes are waited for on destruction, so a token rotated just before exit is not lost.
+// Waiting runs a local event loop: preload() the keys at start-up, before anything else is
+// scheduled, so no other work can run inside a read later.
+class KeychainSecretStore final : public QObject, public SecretStore
+{
+    Q_OBJECT
+public:
+    explicit KeychainSecretStore(QString service, QObject *parent = nullptr);
+    ~KeychainSecretStore() override;
+
+    void replace(const QString &key, const QString &value) override;
+    std::optional<QString> read(const QString &key) override;
+    // Reads `key` now (waiting for the keychain) so later reads are answered from memory.
+    void preload(const QString &key) { read(key); }
+    void remove(const QString &key) override;
+
+    // Waits, within a bound, until every write and delete has reached the keychain.
+    void flush();
+
+private:
+    QString m_service;
+    QHash<QString, std::optional<QString>> m_mirror;
+    int m_pending = 0;
+};

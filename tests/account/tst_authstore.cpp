@@ -1,0 +1,556 @@
+#include "account/AuthStore.h"
+#include "net/HttpClient.h"
+#include "settings/MireoConfig.h"
+#include "support/AccountFakes.h"
+#include "support/StandinFixture.h"
+#include "support/TestSupport.h"
+
+#include <QCoroTask>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+const QString tokenPath = u"/auth/v1/token"_s;
+const QString portfolioPath = u"/api/mobile/portfolio"_s;
+const QString swingPath = u"/api/mobile/signals/swing"_s;
+const QString positionsPath = u"/api/mobile/positions"_s;
+const QString autoExecutionPath = u"/api/mobile/auto-execution"_s;
+const QString refreshKey = QString::fromLatin1(AuthStore::refreshTokenKey);
+const QByteArray anonKey = "test-anon-key";
+
+const QByteArray portfolioBody = R"({"plan":"pro","accounts":[{"label":"Main","positions":2}],
+    "totals":{"equity":10500,"todayPnl":-12.5,"baseline":10000},
+    "worker":{"autoExecuteEnabled":true,"killSwitch":false}})";
+const QByteArray otherPortfolioBody = R"({"accounts":[],"worker":{"autoExecuteEnabled":false}})";
+const QByteArray swingBody =
+    R"({"decidedAt":"2025-03-07T15:15:00.000Z","signals":[{"symbol":"NVDA"}]})";
+const QByteArray positionsBody = R"({"accounts":[{"positions":[{"symbol":"A","marketValue":1},
+    {"symbol":"B","marketValue":7}]}]})";
+
+const QString offlineLine = u"offline \u2014 account data may be stale"_s;
+const QString couldNotLoad = u"could not load your account"_s;
+
+QByteArray header(const standin::Request &request, const QByteArray &name)
+{
+    for (const auto &[key, value] : request.headers)
+        if (key.compare(name, Qt::CaseInsensitive) == 0)
+            return value;
+    return {};
+}
+} // namespace
+
+class TestAuthStore : public QObject
+{
+    Q_OBJECT
+
+    // One store with its keychain, browser, clock and settings, against one stand-in.
+    struct Rig
+    {
+        testing::StandinFixture standin;
+        net::HttpClient http{QByteArray(MireoConfig::userAgent)};
+        testing::TempDefaults defaults;
+        testing::ManualClock clock;
+        testing::InMemorySecretStore secrets;
+        testing::RecordingBrowser browser;
+        std::unique_ptr<AuthStore> store;
+
+        Rig() { http.setTimeoutLimit(testing::shortTimeout); }
+        AuthStore &start()
+        {
+            store = std::make_unique<AuthStore>(
+                http, *defaults, clock, secrets, browser,
+                AuthStore::Endpoints{standin.url(), standin.url(), anonKey});
+            return *store;
+        }
+        // Starts the store and lets its launch restore finish.
+        AuthStore &startAndRestore()
+        {
+            start();
+            QSignalSpy restored(store.get(), &AuthStore::restoreFinished);
+            if (!QTest::qWaitFor([&] { return restored.count() > 0; }, 5000))
+                qFatal("restore did not finish");
+            return *store;
+        }
+        // Signs in through a callback with good account answers, and waits for the load.
+        void signIn(const QString &fragment = u"access_token=A&refresh_token=R"_s)
+        {
+            if (!store)
+                startAndRestore();
+            standin.answer(portfolioPath, 200, portfolioBody);
+            standin.answer(swingPath, 200, swingBody);
+            standin.answer(positionsPath, 200, positionsBody);
+            QSignalSpy loaded(store.get(), &AuthStore::positionsChanged);
+            store->handleCallback(QUrl(u"mireopulse://auth#"_s + fragment));
+            if (!QTest::qWaitFor([&] { return loaded.count() > 0; }, 5000))
+                qFatal("the account did not load");
+            standin.server.clearRequests();
+        }
+        QList<standin::Request> requestsTo(const QString &path) const
+        {
+            QList<standin::Request> matching;
+            for (const auto &request : standin.server.requests())
+                if (request.path == path)
+                    matching.append(request);
+            return matching;
+        }
+    };
+
+private Q_SLOTS:
+    void init() { Defaults::shared().setString(u"app.language"_s, u"en"_s); }
+
+    void signInOpensTheAuthorizePage()
+    {
+        Rig rig;
+        AuthStore &store = rig.startAndRestore();
+        QSignalSpy signing(&store, &AuthStore::signingInChanged);
+        store.beginSignIn();
+        QVERIFY(store.signingIn());
+        QCOMPARE(signing.count(), 1);
+        QCOMPARE(rig.browser.opened.size(), 1);
+        QCOMPARE(rig.browser.opened[0].toString(QUrl::FullyEncoded),
+                 rig.standin.url().toString() +
+                     u"/auth/v1/authorize?provider=google&redirect_to=mireopulse://auth"_s);
+        QVERIFY(rig.standin.server.requests().isEmpty());
+    }
+
+    void callback_data()
+    {
+        QTest::addColumn<QString>("url");
+        QTest::addColumn<QString>("language");
+        QTest::addColumn<bool>("signedIn");
+        QTest::addColumn<QString>("storedToken"); // empty: none
+        QTest::addColumn<QString>("error");       // empty: none
+
+        const QString base = u"mireopulse://auth#"_s;
+        QTest::newRow("tokens only")
+            << base + u"access_token=A&refresh_token=R"_s << u"en"_s << true << u"R"_s << QString();
+        QTest::newRow("all members") << base + u"access_token=A&expires_in=3600&refresh_token=R"
+                                               u"&token_type=bearer"_s
+                                     << u"en"_s << true << u"R"_s << QString();
+        QTest::newRow("later duplicate wins")
+            << base + u"access_token=A&refresh_token=R1&refresh_token=R2"_s << u"en"_s << true
+            << u"R2"_s << QString();
+        QTest::newRow("plain = kept in value") << base + u"access_token=A&refresh_token=R=x=y"_s
+                                               << u"en"_s << true << u"R=x=y"_s << QString();
+        QTest::newRow("encoded = decoded") << base + u"access_token=A&refresh_token=R%3Dq%2Fz"_s
+                                           << u"en"_s << true << u"R=q/z"_s << QString();
+        QTest::newRow("bad escape kept raw") << base + u"access_token=A&refresh_token=R%zz"_s
+                                             << u"en"_s << true << u"R%zz"_s << QString();
+        QTest::newRow("not UTF-8 kept raw") << base + u"access_token=A&refresh_token=R%FF"_s
+                                            << u"en"_s << true << u"R%FF"_s << QString();
+        QTest::newRow("empty pieces dropped") << base + u"&&access_token=A&&refresh_token=R&"_s
+                                              << u"en"_s << true << u"R"_s << QString();
+        QTest::newRow("empty key skipped, next pair read")
+            << base + u"=A&access_token=A&refresh_token==R"_s << u"en"_s << true << u"=R"_s
+            << QString();
+        QTest::newRow("no host") << u"mireopulse:#access_token=A&refresh_token=R"_s << u"en"_s
+                                 << true << u"R"_s << QString();
+        QTest::newRow("empty value ignored") << base + u"access_token=&refresh_token=R"_s << u"en"_s
+                                             << false << QString() << u"sign-in failed"_s;
+        QTest::newRow("tokens in the query")
+            << u"mireopulse://auth?access_token=A&refresh_token=R"_s << u"en"_s << false
+            << QString() << u"sign-in was cancelled"_s;
+        QTest::newRow("tokens in the query, pt")
+            << u"mireopulse://auth?access_token=A&refresh_token=R"_s << u"pt"_s << false
+            << QString() << u"sess\u00E3o cancelada"_s;
+        QTest::newRow("not a URL")
+            << QString() << u"en"_s << false << QString() << u"sign-in was cancelled"_s;
+        QTest::newRow("empty fragment")
+            << base << u"en"_s << false << QString() << u"sign-in failed"_s;
+        QTest::newRow("empty fragment, pt")
+            << base << u"pt"_s << false << QString() << u"o in\u00EDcio de sess\u00E3o falhou"_s;
+        QTest::newRow("only one token")
+            << base + u"access_token=A"_s << u"en"_s << false << QString() << u"sign-in failed"_s;
+        QTest::newRow("error description decoded")
+            << base + u"error=access_denied&error_description=User%20said%20no%3D%26"_s << u"pt"_s
+            << false << QString() << u"User said no=&"_s;
+        QTest::newRow("error description, plus kept") << base + u"error=x&error_description=a+b"_s
+                                                      << u"en"_s << false << QString() << u"a+b"_s;
+        QTest::newRow("error without description") << base + u"error=server_error"_s << u"en"_s
+                                                   << false << QString() << u"sign-in failed"_s;
+    }
+    void callback()
+    {
+        QFETCH(QString, url);
+        QFETCH(QString, language);
+        QFETCH(bool, signedIn);
+        QFETCH(QString, storedToken);
+        QFETCH(QString, error);
+
+        Rig rig;
+        AuthStore &store = rig.startAndRestore();
+        Defaults::shared().setString(u"app.language"_s, language);
+        store.beginSignIn();
+        store.handleCallback(QUrl(url));
+        QVERIFY(!store.signingIn());
+        QCOMPARE(store.isSignedIn(), signedIn);
+        QCOMPARE(rig.secrets.read(refreshKey).value_or(QString()), storedToken);
+        QCOMPARE(store.lastError().value_or(QString()), error);
+        if (signedIn) {
+            // The access token is in use at once, without a refresh first.
+            QVERIFY(QTest::qWaitFor([&] { return !rig.requestsTo(portfolioPath).isEmpty(); }));
+            QCOMPARE(header(rig.requestsTo(portfolioPath).first(), "Authorization"), "Bearer A");
+            QVERIFY(rig.requestsTo(tokenPath).isEmpty());
+        }
+    }
+
+    void refresh_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<int>("delayMs");
+        QTest::addColumn<bool>("signedIn");
+        QTest::addColumn<QString>("storedToken");
+        QTest::addColumn<QString>("error");
+        QTest::addColumn<QByteArray>("nextBearer"); // empty: no access token any more
+
+        QTest::newRow("200 rotates the refresh token")
+            << 200 << QByteArray(R"({"access_token":"A2","expires_in":3600,"refresh_token":"R2"})")
+            << 0 << true << u"R2"_s << QString() << QByteArray("Bearer A2");
+        QTest::newRow("200 without a new refresh token keeps the old")
+            << 200 << QByteArray(R"({"access_token":"A2"})") << 0 << true << u"R"_s << QString()
+            << QByteArray("Bearer A2");
+        QTest::newRow("400 signs out") << 400 << QByteArray(R"({"error":"invalid_grant"})") << 0
+                                       << false << QString() << QString() << QByteArray();
+        QTest::newRow("401 signs out")
+            << 401 << QByteArray() << 0 << false << QString() << QString() << QByteArray();
+        QTest::newRow("500 is offline") << 500 << QByteArray(R"({"access_token":"A2"})") << 0
+                                        << true << u"R"_s << offlineLine << QByteArray("Bearer A");
+        QTest::newRow("204 is offline")
+            << 204 << QByteArray() << 0 << true << u"R"_s << offlineLine << QByteArray("Bearer A");
+        QTest::newRow("not an object") << 200 << QByteArray(R"(["A2"])") << 0 << true << u"R"_s
+                                       << offlineLine << QByteArray("Bearer A");
+        QTest::newRow("token not a string")
+            << 200 << QByteArray(R"({"access_token":2})") << 0 << true << u"R"_s << offlineLine
+            << QByteArray("Bearer A");
+        QTest::newRow("not JSON") << 200 << QByteArray("<html>") << 0 << true << u"R"_s
+                                  << offlineLine << QByteArray("Bearer A");
+        QTest::newRow("time-out") << 200 << QByteArray(R"({"access_token":"A2"})") << 2000 << true
+                                  << u"R"_s << offlineLine << QByteArray("Bearer A");
+    }
+    void refresh()
+    {
+        QFETCH(int, status);
+        QFETCH(QByteArray, body);
+        QFETCH(int, delayMs);
+        QFETCH(bool, signedIn);
+        QFETCH(QString, storedToken);
+        QFETCH(QString, error);
+        QFETCH(QByteArray, nextBearer);
+
+        Rig rig;
+        rig.signIn();
+        AuthStore &store = *rig.store;
+        rig.defaults->sync();
+        rig.clock.set(rig.clock.now().addSecs(2 * 3600));
+        standin::Override answer;
+        answer.status = status;
+        answer.body = body;
+        answer.delayMs = delayMs;
+        rig.standin.server.overrideNext(tokenPath, answer);
+
+        QCoro::waitFor(store.refreshIfNeeded());
+
+        const auto sent = rig.requestsTo(tokenPath);
+        QCOMPARE(sent.size(), 1);
+        QCOMPARE(sent[0].method, u"POST"_s);
+        QCOMPARE(sent[0].query, u"grant_type=refresh_token"_s);
+        QCOMPARE(header(sent[0], "apikey"), anonKey);
+        QCOMPARE(header(sent[0], "Content-Type"), "application/json");
+        QCOMPARE(header(sent[0], "User-Agent"), "MireoDesktopNative/0.1");
+        QVERIFY(header(sent[0], "Authorization").isEmpty());
+        QCOMPARE(QJsonDocument::fromJson(sent[0].body).object(),
+                 QJsonObject({{u"refresh_token"_s, u"R"_s}}));
+
+        QCOMPARE(store.isSignedIn(), signedIn);
+        QCOMPARE(rig.secrets.read(refreshKey).value_or(QString()), storedToken);
+        if (signedIn) {
+            QCOMPARE(store.lastError().value_or(QString()), error);
+            QVERIFY(store.portfolio()); // the last numbers stay on screen
+        } else {
+            QVERIFY(!store.portfolio() && !store.portfolioAsOf() && !store.todayDecision());
+            QVERIFY(store.positions().isEmpty());
+            QVERIFY(!rig.defaults->data(u"cache.portfolio.json"_s));
+            QVERIFY(!rig.defaults->date(u"cache.portfolio.asOf"_s));
+        }
+
+        rig.standin.server.clearRequests();
+        QCoro::waitFor(store.bearerGET(u"api/mobile/positions"_s));
+        const auto next = rig.requestsTo(positionsPath);
+        QCOMPARE(next.isEmpty(), nextBearer.isEmpty());
+        if (!next.isEmpty())
+            QCOMPARE(header(next[0], "Authorization"), nextBearer);
+    }
+
+    void expiryMargin_data()
+    {
+        QTest::addColumn<QString>("fragment");
+        QTest::addColumn<int>("secondsLater");
+        QTest::addColumn<bool>("refreshes");
+
+        const QString tokens = u"access_token=A&refresh_token=R"_s;
+        QTest::newRow("120 s, 59 s later") << tokens + u"&expires_in=120"_s << 59 << false;
+        QTest::newRow("120 s, 61 s later") << tokens + u"&expires_in=120"_s << 61 << true;
+        QTest::newRow("default, just inside") << tokens << 3539 << false;
+        QTest::newRow("default, past the margin") << tokens << 3541 << true;
+        QTest::newRow("not a number, just inside")
+            << tokens + u"&expires_in=soon"_s << 3539 << false;
+        QTest::newRow("not a number, past the margin")
+            << tokens + u"&expires_in=soon"_s << 3541 << true;
+        QTest::newRow("fractional") << tokens + u"&expires_in=90.5"_s << 30 << false;
+        QTest::newRow("fractional, past") << tokens + u"&expires_in=90.5"_s << 31 << true;
+    }
+    void expiryMargin()
+    {
+        QFETCH(QString, fragment);
+        QFETCH(int, secondsLater);
+        QFETCH(bool, refreshes);
+
+        Rig rig;
+        rig.signIn(fragment);
+        rig.clock.set(rig.clock.now().addSecs(secondsLater));
+        rig.standin.answer(tokenPath, 500, {});
+        QCoro::waitFor(rig.store->bearerGET(u"api/mobile/portfolio"_s));
+        QCOMPARE(rig.requestsTo(tokenPath).size(), refreshes ? 1 : 0);
+    }
+
+    void withoutStoredTokenNothingIsSent()
+    {
+        Rig rig;
+        AuthStore &store = rig.startAndRestore();
+        QCoro::waitFor(store.refreshIfNeeded());
+        QVERIFY(!QCoro::waitFor(store.bearerGET(u"api/mobile/portfolio"_s)));
+        QCoro::waitFor(store.loadPortfolio());
+        QVERIFY(!QCoro::waitFor(store.setAutoExecution(true)));
+        QVERIFY(rig.standin.server.requests().isEmpty());
+        QVERIFY(!store.lastError());
+    }
+
+    void cacheRestore_data()
+    {
+        QTest::addColumn<bool>("tokenStored");
+        QTest::addColumn<QByteArray>("cached"); // empty: no key
+        QTest::addColumn<bool>("asOfStored");
+        QTest::addColumn<bool>("shown");
+
+        QTest::newRow("token and cache") << true << portfolioBody << true << true;
+        QTest::newRow("cache without its date") << true << portfolioBody << false << true;
+        QTest::newRow("signed out: never shown") << false << portfolioBody << true << false;
+        QTest::newRow("undecodable cache") << true << QByteArray(R"({"plan":1})") << true << false;
+        QTest::newRow("no cache") << true << QByteArray() << true << false;
+    }
+    void cacheRestore()
+    {
+        QFETCH(bool, tokenStored);
+        QFETCH(QByteArray, cached);
+        QFETCH(bool, asOfStored);
+        QFETCH(bool, shown);
+
+        Rig rig;
+        const QDateTime asOf(QDate(2025, 3, 6), QTime(20, 0), Qt::UTC);
+        if (tokenStored)
+            rig.secrets.replace(refreshKey, u"R"_s);
+        if (!cached.isEmpty())
+            rig.defaults->setData(u"cache.portfolio.json"_s, cached);
+        if (asOfStored)
+            rig.defaults->setDate(u"cache.portfolio.asOf"_s, asOf);
+        rig.standin.answer(tokenPath, 503, {}); // the launch refresh fails: offline
+        AuthStore &store = rig.start();
+
+        // Shown before the network answers, without signing in.
+        QCOMPARE(store.portfolio().has_value(), shown);
+        QVERIFY(!store.isSignedIn());
+        if (shown) {
+            QCOMPARE(*store.portfolio(), *decodePortfolio(cached));
+            QCOMPARE(store.portfolioAsOf().has_value(), asOfStored);
+            if (asOfStored)
+                QCOMPARE(*store.portfolioAsOf(), asOf);
+        }
+        QSignalSpy restored(&store, &AuthStore::restoreFinished);
+        QVERIFY(QTest::qWaitFor([&] { return restored.count() > 0; }, 5000));
+        QCOMPARE(store.portfolio().has_value(), shown);
+        QCOMPARE(store.lastError().has_value(), tokenStored);
+    }
+
+    void loadWritesTheExactBytesAndLoadsTheRest()
+    {
+        Rig rig;
+        rig.signIn();
+        AuthStore &store = *rig.store;
+        QCOMPARE(rig.defaults->data(u"cache.portfolio.json"_s), portfolioBody);
+        QCOMPARE(rig.defaults->date(u"cache.portfolio.asOf"_s), rig.clock.now());
+        QCOMPARE(store.portfolioAsOf(), rig.clock.now());
+        QCOMPARE(store.todayDecision()->symbols, QStringList{u"NVDA"_s});
+        QCOMPARE(store.positions().size(), 2);
+        QCOMPARE(store.positions()[0].symbol, u"B"_s);
+
+        // A day without a decision yet keeps yesterday's; failed loads keep the old values.
+        rig.standin.answer(portfolioPath, 200, otherPortfolioBody);
+        rig.standin.answer(swingPath, 200, R"({"signals":[]})");
+        rig.standin.answer(positionsPath, 500, {});
+        rig.clock.set(rig.clock.now().addSecs(60));
+        QCoro::waitFor(store.loadPortfolio());
+        QCOMPARE(store.portfolio()->accounts.size(), 0);
+        QCOMPARE(store.portfolioAsOf(), rig.clock.now());
+        QCOMPARE(store.todayDecision()->symbols, QStringList{u"NVDA"_s});
+        QCOMPARE(store.positions().size(), 2);
+        QCOMPARE(rig.standin.server.requests().size(), 3);
+        QCOMPARE(rig.standin.server.requests()[0].path, portfolioPath);
+        QCOMPARE(rig.standin.server.requests()[1].path, swingPath);
+        QCOMPARE(rig.standin.server.requests()[2].path, positionsPath);
+    }
+
+    void failedLoads_data()
+    {
+        QTest::addColumn<bool>("portfolioShown");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<QString>("error");
+
+        QTest::newRow("first load undecodable")
+            << false << 200 << QByteArray(R"({"plan":"x"})") << couldNotLoad;
+        QTest::newRow("first load 401") << false << 401 << QByteArray() << couldNotLoad;
+        QTest::newRow("401 with numbers on screen") << true << 401 << QByteArray() << QString();
+        QTest::newRow("huge body with numbers on screen")
+            << true << 200 << QByteArray(2 << 20, ' ') << QString();
+    }
+    void failedLoads()
+    {
+        QFETCH(bool, portfolioShown);
+        QFETCH(int, status);
+        QFETCH(QByteArray, body);
+        QFETCH(QString, error);
+
+        Rig rig;
+        if (portfolioShown) {
+            rig.signIn();
+        } else {
+            rig.startAndRestore();
+            rig.standin.answer(portfolioPath, status, body);
+            rig.store->handleCallback(QUrl(u"mireopulse://auth#access_token=A&refresh_token=R"_s));
+            QVERIFY(QTest::qWaitFor([&] { return rig.store->lastError().has_value(); }, 5000));
+            QCOMPARE(*rig.store->lastError(), error);
+            return;
+        }
+        const auto before = rig.store->portfolio();
+        const auto asOfBefore = rig.store->portfolioAsOf();
+        rig.standin.answer(portfolioPath, status, body);
+        rig.clock.set(rig.clock.now().addSecs(60));
+        QCoro::waitFor(rig.store->loadPortfolio());
+        QCOMPARE(rig.store->portfolio(), before);
+        QCOMPARE(rig.store->portfolioAsOf(), asOfBefore);
+        QVERIFY(!rig.store->lastError());
+        QCOMPARE(rig.standin.server.requests().size(), 1); // no decision or positions after it
+    }
+
+    void signOutClearsEverythingButTheErrorLine()
+    {
+        Rig rig;
+        rig.signIn();
+        AuthStore &store = *rig.store;
+        rig.standin.answer(portfolioPath, 500, {});
+        QCoro::waitFor(store.setAutoExecution(false)); // leaves an error line
+        const auto error = store.lastError();
+        QVERIFY(error);
+
+        store.signOut();
+        QVERIFY(!store.isSignedIn() && !store.portfolio() && !store.todayDecision());
+        QVERIFY(!rig.secrets.read(refreshKey));
+        QCOMPARE(store.lastError(), error);
+        QVERIFY(!QCoro::waitFor(store.bearerGET(u"api/mobile/portfolio"_s)));
+
+        // Even with the cache put back by other means, a restart shows nothing.
+        rig.defaults->setData(u"cache.portfolio.json"_s, portfolioBody);
+        rig.defaults.reopen();
+        rig.store.reset();
+        QVERIFY(!rig.start().portfolio());
+    }
+
+    void autoExecution_data()
+    {
+        QTest::addColumn<bool>("wanted");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<int>("delayMs");
+        QTest::addColumn<bool>("result");
+        QTest::addColumn<QString>("error");
+        QTest::addColumn<QString>("language");
+
+        QTest::newRow("pause accepted") << false << 200 << 0 << true << QString() << u"en"_s;
+        QTest::newRow("resume accepted") << true << 200 << 0 << true << QString() << u"en"_s;
+        QTest::newRow("pause answered 204")
+            << false << 204 << 0 << false << u"could not pause auto-execution"_s << u"en"_s;
+        QTest::newRow("resume answered 401")
+            << true << 401 << 0 << false << u"could not resume auto-execution"_s << u"en"_s;
+        QTest::newRow("resume times out")
+            << true << 200 << 2000 << false << u"could not resume auto-execution"_s << u"en"_s;
+        QTest::newRow("pause fails, pt")
+            << false << 500 << 0 << false << u"n\u00E3o consegui pausar a auto-execu\u00E7\u00E3o"_s
+            << u"pt"_s;
+        QTest::newRow("resume fails, pt")
+            << true << 500 << 0 << false << u"n\u00E3o consegui retomar a auto-execu\u00E7\u00E3o"_s
+            << u"pt"_s;
+    }
+    void autoExecution()
+    {
+        QFETCH(bool, wanted);
+        QFETCH(int, status);
+        QFETCH(int, delayMs);
+        QFETCH(bool, result);
+        QFETCH(QString, error);
+        QFETCH(QString, language);
+
+        Rig rig;
+        rig.signIn();
+        Defaults::shared().setString(u"app.language"_s, language);
+        standin::Override answer;
+        answer.status = status;
+        answer.delayMs = delayMs;
+        rig.standin.server.overrideNext(autoExecutionPath, answer);
+        rig.standin.answer(portfolioPath, 200, otherPortfolioBody);
+
+        QCOMPARE(QCoro::waitFor(rig.store->setAutoExecution(wanted)), result);
+        QCOMPARE(rig.store->lastError().value_or(QString()), error);
+        QVERIFY(rig.store->isSignedIn());
+        const auto patch = rig.requestsTo(autoExecutionPath);
+        QCOMPARE(patch.size(), 1);
+        QCOMPARE(patch[0].method, u"PATCH"_s);
+        QCOMPARE(header(patch[0], "Authorization"), "Bearer A");
+        QCOMPARE(header(patch[0], "Content-Type"), "application/json");
+        QCOMPARE(QJsonDocument::fromJson(patch[0].body).object(),
+                 QJsonObject({{u"enabled"_s, wanted}}));
+        // Only the reloaded portfolio shows the new state.
+        QCOMPARE(rig.store->portfolio()->worker->autoExecuteEnabled, !result);
+        QCOMPARE(rig.requestsTo(portfolioPath).size(), result ? 1 : 0);
+    }
+
+    void acceptedChangeWithFailedReloadKeepsTheOldState()
+    {
+        Rig rig;
+        rig.signIn();
+        rig.standin.answer(autoExecutionPath, 200, {});
+        rig.standin.answer(portfolioPath, 503, {});
+        QVERIFY(QCoro::waitFor(rig.store->setAutoExecution(false)));
+        QCOMPARE(rig.store->portfolio()->worker->autoExecuteEnabled, true);
+    }
+
+    void lostKeychainWriteMeansSignInNextLaunch()
+    {
+        Rig rig;
+        rig.secrets.available = false;
+        rig.signIn();
+        QVERIFY(rig.store->isSignedIn());
+        rig.store.reset();
+        rig.defaults.reopen();
+        AuthStore &restarted = rig.startAndRestore();
+        QVERIFY(!restarted.isSignedIn() && !restarted.portfolio());
+        QVERIFY(rig.requestsTo(tokenPath).isEmpty());
+    }
+};
+
+MIREO_TEST_MAIN_WITH_PRIVATE_CONFIG(TestAuthStore)
+#include "tst_authstore.moc"
