@@ -131,6 +131,16 @@ private Q_SLOTS:
         QVERIFY(popover.isHidden());
     }
 
+    void popoverClosesOnEscape()
+    {
+        PopoverWindow popover;
+        popover.setContent(placeholderContent(QSize(320, 260)));
+        popover.showAt(available().center());
+        QVERIFY(QTest::qWaitForWindowExposed(&popover));
+        QTest::keyClick(popover.content(), Qt::Key_Escape);
+        QVERIFY(popover.isHidden());
+    }
+
     // The click on the item that closed the popover from outside must not open it again.
     void closingClickDoesNotReopen()
     {
