@@ -1,5 +1,7 @@
 #include "app/PopoverWindow.h"
+#include "app/PulseSurfaces.h"
 #include "app/QuickPanel.h"
+#include "app/StatusItem.h"
 
 #include <QApplication>
 #include <QDir>
@@ -37,6 +39,18 @@ void saveArtifact(QWidget &window, const QString &name)
     QDir().mkpath(dir);
     QVERIFY(window.grab().save(dir + u'/' + name));
 }
+
+class FakeStatusItem : public StatusItem
+{
+public:
+    void setTitle(const QString &title) override { m_title = title; }
+    void setToolTip(const QString &) override {}
+    QString title() const override { return m_title; }
+    bool isVisible() const override { return true; }
+
+private:
+    QString m_title;
+};
 
 } // namespace
 
@@ -155,6 +169,43 @@ private Q_SLOTS:
         QTest::qWait(350);
         popover.toggle(click);
         QVERIFY(popover.isVisible());
+    }
+
+    // Each surface builds its view when first shown, and only then.
+    void surfacesBuildTheirViewsOnFirstUse()
+    {
+        int built = 0;
+        PulseSurfaces surfaces([&] {
+            ++built;
+            return placeholderContent(QSize(300, 200));
+        });
+        QSignalSpy opened(&surfaces, &PulseSurfaces::opened);
+        QCOMPARE(built, 0);
+        QVERIFY(!surfaces.quickPanel());
+
+        FakeStatusItem item;
+        surfaces.attach(item);
+        const QPoint click(available().center().x(), available().top() + 2);
+        Q_EMIT item.activated(click);
+        QVERIFY(QTest::qWaitForWindowExposed(&surfaces.popover()));
+        QCOMPARE(built, 1);
+        QCOMPARE(surfaces.popover().x() + surfaces.popover().width() / 2, click.x());
+
+        surfaces.toggleQuickPanel();
+        QVERIFY(surfaces.quickPanel());
+        QVERIFY(QTest::qWaitForWindowExposed(surfaces.quickPanel()));
+        QCOMPARE(built, 2);
+        QCOMPARE(surfaces.quickPanel()->size(), QSize(300, 200));
+        // Both can be open at once.
+        QVERIFY(surfaces.popover().isVisible());
+        QCOMPARE(opened.count(), 2);
+
+        // Closing opens nothing and builds nothing.
+        surfaces.toggleQuickPanel();
+        QVERIFY(surfaces.quickPanel()->isHidden());
+        surfaces.toggleQuickPanel();
+        QCOMPARE(built, 2);
+        QCOMPARE(opened.count(), 3);
     }
 };
 

@@ -1,0 +1,116 @@
+#include "account/AuthStore.h"
+#include "app/RefreshOnOpen.h"
+#include "net/HttpClient.h"
+#include "pulse/PulseStore.h"
+#include "settings/MireoConfig.h"
+#include "support/AccountFakes.h"
+#include "support/StandinFixture.h"
+#include "support/TestSupport.h"
+
+#include <QCoroTask>
+#include <QSignalSpy>
+#include <QTest>
+
+using Ms = qint64;
+
+// What opening the popover or the quick panel refreshes.
+class TestRefreshOnOpen : public QObject
+{
+    Q_OBJECT
+
+    struct Rig
+    {
+        testing::StandinFixture standin;
+        net::HttpClient http{QByteArray(MireoConfig::userAgent)};
+        testing::TempDefaults defaults;
+        testing::ManualClock clock;
+        testing::InMemorySecretStore secrets;
+        testing::RecordingBrowser browser;
+        std::unique_ptr<PulseStore> pulse;
+        std::unique_ptr<AuthStore> auth;
+
+        // Both stores started, the first public refresh done, the request log empty.
+        Rig()
+        {
+            http.setTimeoutLimit(testing::shortTimeout);
+            pulse = std::make_unique<PulseStore>(http, *defaults, clock, standin.url());
+            QSignalSpy refreshed(pulse.get(), &PulseStore::refreshFinished);
+            auth = std::make_unique<AuthStore>(
+                http, *defaults, clock, secrets, browser,
+                AuthStore::Endpoints{standin.url(), standin.url(), QByteArray("anon")});
+            if (!QTest::qWaitFor([&] { return refreshed.count() > 0; }, 5000))
+                qFatal("the first refresh did not finish");
+            standin.server.clearRequests();
+        }
+        qsizetype publicRequests() const
+        {
+            qsizetype count = 0;
+            for (const auto &request : standin.server.requests())
+                count += request.path == QStringLiteral("/api/public/track-record");
+            return count;
+        }
+    };
+
+private Q_SLOTS:
+    void rule_data()
+    {
+        QTest::addColumn<bool>("fetched");
+        QTest::addColumn<Ms>("ageMs");
+        QTest::addColumn<bool>("refreshing");
+        QTest::addColumn<bool>("refresh");
+        QTest::newRow("never fetched") << false << Ms(0) << false << true;
+        QTest::newRow("never fetched, refresh running") << false << Ms(0) << true << false;
+        QTest::newRow("just fetched") << true << Ms(0) << false << false;
+        QTest::newRow("exactly two minutes") << true << Ms(120'000) << false << false;
+        QTest::newRow("a moment past two minutes") << true << Ms(120'001) << false << true;
+        QTest::newRow("121 s") << true << Ms(121'000) << false << true;
+        QTest::newRow("121 s, refresh running") << true << Ms(121'000) << true << false;
+        QTest::newRow("fetched in the future (clock moved back)")
+            << true << Ms(-5'000) << false << false;
+    }
+    void rule()
+    {
+        QFETCH(bool, fetched);
+        QFETCH(Ms, ageMs);
+        QFETCH(bool, refreshing);
+        QFETCH(bool, refresh);
+        const QDateTime now(QDate(2025, 3, 7), QTime(14, 30), Qt::UTC);
+        const std::optional<QDateTime> fetchedAt =
+            fetched ? std::optional(now.addMSecs(-ageMs)) : std::nullopt;
+        QCOMPARE(pulseNeedsRefreshOnOpen(fetchedAt, now, refreshing), refresh);
+    }
+
+    void opening_data()
+    {
+        QTest::addColumn<int>("openedAfterSeconds");
+        QTest::addColumn<qsizetype>("requests");
+        QTest::newRow("120 s after the fetch") << 120 << qsizetype(0);
+        QTest::newRow("121 s after the fetch") << 121 << qsizetype(1);
+    }
+    void opening()
+    {
+        QFETCH(int, openedAfterSeconds);
+        QFETCH(qsizetype, requests);
+        Rig rig;
+        QVERIFY(rig.pulse->fetchedAt());
+        rig.clock.set(*rig.pulse->fetchedAt() + std::chrono::seconds(openedAfterSeconds));
+        QCoro::waitFor(refreshOnOpen(*rig.pulse, *rig.auth, rig.clock));
+        QCOMPARE(rig.publicRequests(), requests);
+        QVERIFY(!rig.pulse->refreshing());
+    }
+
+    void openingDuringARefreshStartsNothing()
+    {
+        Rig rig;
+        rig.clock.set(rig.clock.now().addSecs(600));
+        QSignalSpy finished(rig.pulse.get(), &PulseStore::refreshFinished);
+        rig.pulse->refresh(); // what the ten-minute timer does
+        QVERIFY(rig.pulse->refreshing());
+        QCoro::waitFor(refreshOnOpen(*rig.pulse, *rig.auth, rig.clock));
+        QVERIFY(finished.wait());
+        QCOMPARE(rig.publicRequests(), qsizetype(1));
+    }
+};
+
+MIREO_TEST_MAIN_WITH_PRIVATE_CONFIG(TestRefreshOnOpen)
+#include "tst_refreshonopen.moc"
