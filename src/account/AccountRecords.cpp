@@ -1,5 +1,6 @@
 #include "account/AccountRecords.h"
 
+#include "net/CheckedSum.h"
 #include "net/StrictJson.h"
 
 #include <algorithm>
@@ -40,13 +41,7 @@ std::optional<Position> decodePosition(net::StrictReader &read, const net::Json 
 
 qint64 Portfolio::openPositions() const
 {
-    qint64 sum = 0;
-    for (const Account &account : accounts) {
-        // A count past 64 bits is nonsense no screen could show; stop rather than wrap.
-        if (__builtin_add_overflow(sum, account.positions.value_or(0), &sum))
-            qFatal("open position count overflows");
-    }
-    return sum;
+    return net::sumOfCounts(accounts, [](const Account &account) { return account.positions; });
 }
 
 QList<Position> PositionsResponse::flattened() const

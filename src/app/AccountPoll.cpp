@@ -1,6 +1,7 @@
 #include "app/AccountPoll.h"
 
 #include "account/AuthStore.h"
+#include "app/ShellRules.h"
 #include "net/Clock.h"
 #include "pulse/CycleSchedule.h"
 
@@ -32,7 +33,7 @@ void AccountPoll::start(std::chrono::milliseconds interval)
 void AccountPoll::tick()
 {
     ++m_tick;
-    if (!due(m_tick, CycleSchedule::usMarketOpen(m_clock.now())))
+    if (!ShellRules::pollsAccount(m_tick, CycleSchedule::usMarketOpen(m_clock.now())))
         return;
     // Ticks do not wait for one another: a slow load does not hold the next one back.
     loadThenAnnounce(this, m_auth);

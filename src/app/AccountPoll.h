@@ -7,8 +7,7 @@ namespace net {
 class Clock;
 }
 
-// The minute poll of the account: every tick during US regular trading hours, every fifth tick
-// otherwise (ticks counted from start, not from the close).
+// The minute poll of the account, by ShellRules::pollsAccount.
 class AccountPoll : public QObject
 {
     Q_OBJECT
@@ -17,8 +16,6 @@ public:
 
     void start(std::chrono::milliseconds interval = std::chrono::seconds(60));
     qint64 ticks() const { return m_tick; }
-
-    static bool due(qint64 tick, bool marketOpen) { return marketOpen || tick % 5 == 0; }
 
 Q_SIGNALS:
     // A due tick's portfolio load has finished, whatever its outcome; the notification checks

@@ -1,5 +1,6 @@
 #include "pulse/TrackRecord.h"
 
+#include "net/CheckedSum.h"
 #include "net/Flexible.h"
 #include "net/StrictJson.h"
 
@@ -15,13 +16,8 @@ std::optional<double> TrackRecord::vsSpyPct() const
 
 qint64 TrackRecord::openPositions() const
 {
-    qint64 sum = 0;
-    for (const Account &account : accounts.value_or(QList<Account>())) {
-        // A count past 64 bits is nonsense no screen could show; stop rather than wrap.
-        if (__builtin_add_overflow(sum, account.positions.value_or(0), &sum))
-            qFatal("open position count overflows");
-    }
-    return sum;
+    return net::sumOfCounts(accounts.value_or(QList<Account>()),
+                            [](const Account &account) { return account.positions; });
 }
 
 std::optional<QDateTime> TrackRecord::lastUpdateTime() const

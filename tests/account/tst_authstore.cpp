@@ -21,7 +21,7 @@ const QString swingPath = u"/api/mobile/signals/swing"_s;
 const QString positionsPath = u"/api/mobile/positions"_s;
 const QString autoExecutionPath = u"/api/mobile/auto-execution"_s;
 const QString refreshKey = QString::fromLatin1(AuthStore::refreshTokenKey);
-const QByteArray anonKey = "test-anon-key";
+const QByteArray anonKey = MireoConfig::supabaseAnonKey();
 
 const QByteArray portfolioBody = R"({"plan":"pro","accounts":[{"label":"Main","positions":2}],
     "totals":{"equity":10500,"todayPnl":-12.5,"baseline":10000},
@@ -279,7 +279,10 @@ private Q_SLOTS:
             QVERIFY(!rig.defaults->date(u"cache.portfolio.asOf"_s));
         }
 
+        // A still-expired token is renewed first; keep that renewal failing to see which token
+        // the request carries.
         rig.standin.server.clearRequests();
+        rig.standin.answer(tokenPath, 503, {});
         QCoro::waitFor(store.bearerGET(u"api/mobile/positions"_s));
         const auto next = rig.requestsTo(positionsPath);
         QCOMPARE(next.isEmpty(), nextBearer.isEmpty());
@@ -536,6 +539,45 @@ private Q_SLOTS:
         rig.standin.answer(portfolioPath, 503, {});
         QVERIFY(QCoro::waitFor(rig.store->setAutoExecution(false)));
         QCOMPARE(rig.store->portfolio()->worker->autoExecuteEnabled, true);
+    }
+
+    void roundTripAgainstTheStandin()
+    {
+        Rig rig;
+        AuthStore &store = rig.startAndRestore();
+        const standin::Session session = rig.standin.server.issueSession();
+        QSignalSpy loaded(&store, &AuthStore::positionsChanged);
+        store.handleCallback(session.callbackUrl);
+        QVERIFY(QTest::qWaitFor([&] { return loaded.count() > 0; }, 5000));
+        QVERIFY(store.isSignedIn() && store.portfolio() && store.todayDecision());
+        QVERIFY(!store.positions().isEmpty());
+        QCOMPARE(rig.secrets.read(refreshKey), session.refreshToken);
+
+        QVERIFY(QCoro::waitFor(store.setAutoExecution(false)));
+        QVERIFY(!rig.standin.server.autoExecuteEnabled());
+        QCOMPARE(store.portfolio()->worker->autoExecuteEnabled, false);
+        QVERIFY(QCoro::waitFor(store.setAutoExecution(true)));
+        QCOMPARE(store.portfolio()->worker->autoExecuteEnabled, true);
+
+        // A restart shows the cached numbers at once, then renews the session (a new token).
+        const auto cached = store.portfolio();
+        rig.store.reset();
+        rig.defaults.reopen();
+        AuthStore &restarted = rig.start();
+        QCOMPARE(restarted.portfolio(), cached);
+        QVERIFY(!restarted.isSignedIn());
+        QSignalSpy restored(&restarted, &AuthStore::restoreFinished);
+        QVERIFY(QTest::qWaitFor([&] { return restored.count() > 0; }, 5000));
+        QVERIFY(restarted.isSignedIn() && !restarted.lastError());
+        QVERIFY(rig.secrets.read(refreshKey) != session.refreshToken);
+
+        // A revoked session signs out cleanly on the next renewal.
+        rig.standin.server.revokeRefreshTokens();
+        rig.clock.set(rig.clock.now().addSecs(2 * 3600));
+        QCoro::waitFor(restarted.loadPortfolio());
+        QVERIFY(!restarted.isSignedIn() && !restarted.portfolio());
+        QVERIFY(!rig.secrets.read(refreshKey));
+        QVERIFY(!rig.defaults->data(u"cache.portfolio.json"_s));
     }
 
     void lostKeychainWriteMeansSignInNextLaunch()

@@ -1,4 +1,3 @@
-#include "app/AccountPoll.h"
 #include "support/StandinFixture.h"
 
 #include <QJsonDocument>
@@ -48,27 +47,6 @@ class TestFollow : public QObject
     }
 
 private Q_SLOTS:
-    void accountPollIsDue_data()
-    {
-        QTest::addColumn<qint64>("tick");
-        QTest::addColumn<bool>("marketOpen");
-        QTest::addColumn<bool>("due");
-        QTest::newRow("open, first tick") << qint64(1) << true << true;
-        QTest::newRow("open, any tick") << qint64(7) << true << true;
-        QTest::newRow("closed, first tick") << qint64(1) << false << false;
-        QTest::newRow("closed, fourth tick") << qint64(4) << false << false;
-        QTest::newRow("closed, fifth tick") << qint64(5) << false << true;
-        QTest::newRow("closed, sixth tick") << qint64(6) << false << false;
-        QTest::newRow("closed, tenth tick") << qint64(10) << false << true;
-    }
-    void accountPollIsDue()
-    {
-        QFETCH(qint64, tick);
-        QFETCH(bool, marketOpen);
-        QFETCH(bool, due);
-        QCOMPARE(AccountPoll::due(tick, marketOpen), due);
-    }
-
     void titleAtOnceThenOnEachChange()
     {
         QFile::remove(m_config.filePath(QStringLiteral("mireo/pulse.conf")));

@@ -1,3 +1,4 @@
+#include "support/ProcessRun.h"
 #include "support/StandinFixture.h"
 
 #include <QJsonDocument>
@@ -14,26 +15,14 @@ class TestHeadless : public QObject
 
     QTemporaryDir m_config;
 
-    struct Run
-    {
-        int exitCode = -1;
-        QByteArray out;
-        QByteArray err;
-    };
+    using Run = testing::ProcessRun;
 
-    // Waits on the event loop, not in waitForFinished(), so the in-process stand-in can answer.
     Run run(const QUrl &site, const QString &flag)
     {
-        QProcess process;
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         env.insert(QStringLiteral("MIREO_SITE_URL"), site.toString());
         env.insert(QStringLiteral("XDG_CONFIG_HOME"), m_config.path());
-        process.setProcessEnvironment(env);
-        process.start(QStringLiteral(MIREO_PULSE_BINARY), {flag});
-        if (!QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 30000))
-            qFatal("mireo-pulse %s did not finish", qPrintable(flag));
-        return {process.exitCode(), process.readAllStandardOutput(),
-                process.readAllStandardError()};
+        return testing::runToEnd(QStringLiteral(MIREO_PULSE_BINARY), {flag}, env);
     }
 
     QJsonObject status(const QUrl &site)

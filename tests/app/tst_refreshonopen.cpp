@@ -11,9 +11,7 @@
 #include <QSignalSpy>
 #include <QTest>
 
-using Ms = qint64;
-
-// What opening the popover or the quick panel refreshes.
+// What opening the popover or the quick panel refreshes, against the stand-in.
 class TestRefreshOnOpen : public QObject
 {
     Q_OBJECT
@@ -52,34 +50,6 @@ class TestRefreshOnOpen : public QObject
     };
 
 private Q_SLOTS:
-    void rule_data()
-    {
-        QTest::addColumn<bool>("fetched");
-        QTest::addColumn<Ms>("ageMs");
-        QTest::addColumn<bool>("refreshing");
-        QTest::addColumn<bool>("refresh");
-        QTest::newRow("never fetched") << false << Ms(0) << false << true;
-        QTest::newRow("never fetched, refresh running") << false << Ms(0) << true << false;
-        QTest::newRow("just fetched") << true << Ms(0) << false << false;
-        QTest::newRow("exactly two minutes") << true << Ms(120'000) << false << false;
-        QTest::newRow("a moment past two minutes") << true << Ms(120'001) << false << true;
-        QTest::newRow("121 s") << true << Ms(121'000) << false << true;
-        QTest::newRow("121 s, refresh running") << true << Ms(121'000) << true << false;
-        QTest::newRow("fetched in the future (clock moved back)")
-            << true << Ms(-5'000) << false << false;
-    }
-    void rule()
-    {
-        QFETCH(bool, fetched);
-        QFETCH(Ms, ageMs);
-        QFETCH(bool, refreshing);
-        QFETCH(bool, refresh);
-        const QDateTime now(QDate(2025, 3, 7), QTime(14, 30), Qt::UTC);
-        const std::optional<QDateTime> fetchedAt =
-            fetched ? std::optional(now.addMSecs(-ageMs)) : std::nullopt;
-        QCOMPARE(pulseNeedsRefreshOnOpen(fetchedAt, now, refreshing), refresh);
-    }
-
     void opening_data()
     {
         QTest::addColumn<int>("openedAfterSeconds");

@@ -1,0 +1,29 @@
+#include "notify/TradeRecords.h"
+
+#include "net/StrictJson.h"
+
+std::optional<TradesResponse> decodeTrades(const QByteArray &body)
+{
+    const auto root = net::parseObject(body);
+    if (!root)
+        return std::nullopt;
+    net::StrictReader read;
+    auto trades = read.array(*root, "trades", [&read](const net::Json &value) {
+        const net::Json *trade = read.object(value);
+        if (!trade)
+            return std::optional<Trade>();
+        std::optional<QString> symbol = read.string(*trade, "symbol");
+        if (!symbol)
+            return std::optional<Trade>();
+        return std::optional(Trade{
+            *symbol,
+            read.string(*trade, "side"),
+            read.string(*trade, "status"),
+            read.string(*trade, "filled_at"),
+            read.number(*trade, "fill_price"),
+        });
+    });
+    if (!trades || read.failed())
+        return std::nullopt;
+    return TradesResponse{*trades};
+}

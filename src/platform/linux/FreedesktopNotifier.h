@@ -1,0 +1,42 @@
+#pragma once
+
+#include "notify/Notifier.h"
+
+#include <QDBusConnection>
+#include <QHash>
+#include <QObject>
+#include <chrono>
+
+class QDBusPendingCallWatcher;
+
+// Notifications through org.freedesktop.Notifications on the session bus. Every call is
+// asynchronous: a server that is missing, hung or crashing costs a refusal or a lost
+// notification, never a blocked or broken app.
+class FreedesktopNotifier final : public QObject, public Notifier
+{
+    Q_OBJECT
+public:
+    static constexpr std::chrono::milliseconds callTimeout{5000};
+
+    explicit FreedesktopNotifier(QDBusConnection bus = QDBusConnection::sessionBus(),
+                                 QObject *parent = nullptr);
+
+    // Granted when a notification server answers on the bus; there is no per-app consent.
+    void requestPermission(Permissions options, std::function<void(bool)> answer) override;
+    void deliver(const Notification &notification) override;
+
+    // How long a server may take to answer before the call counts as failed; tests shorten it.
+    void setCallTimeout(std::chrono::milliseconds timeout) { m_callTimeout = timeout; }
+
+private:
+    void send(const Notification &notification);
+    void sent(const QString &identifier, QDBusPendingCallWatcher *watcher);
+
+    QDBusConnection m_bus;
+    std::chrono::milliseconds m_callTimeout = callTimeout;
+    // Our identifier -> the server's id, so the same identifier replaces its notification.
+    QHash<QString, uint> m_serverIds;
+    // Identifiers whose Notify is in flight, and the newest notification waiting behind it:
+    // without its id a second Notify would show a second notification instead of replacing.
+    QHash<QString, std::optional<Notification>> m_inFlight;
+};

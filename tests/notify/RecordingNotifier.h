@@ -1,0 +1,34 @@
+#pragma once
+
+#include "notify/Notifier.h"
+
+#include <QList>
+#include <utility>
+
+namespace testing {
+
+// Records what would reach the desktop; the permission answer comes when the test gives it.
+class RecordingNotifier final : public Notifier
+{
+public:
+    QList<Permissions> permissionRequests;
+    QList<Notification> delivered;
+
+    void requestPermission(Permissions options, std::function<void(bool)> answer) override
+    {
+        permissionRequests.append(options);
+        m_pending.append(std::move(answer));
+    }
+    void deliver(const Notification &notification) override { delivered.append(notification); }
+
+    void answer(bool granted)
+    {
+        for (const auto &pending : std::exchange(m_pending, {}))
+            pending(granted);
+    }
+
+private:
+    QList<std::function<void(bool)>> m_pending;
+};
+
+} // namespace testing

@@ -1,0 +1,204 @@
+#include "NotificationServerDouble.h"
+#include "PrivateBus.h"
+#include "platform/linux/FreedesktopNotifier.h"
+
+#include <QElapsedTimer>
+#include <QTest>
+
+using testing::NotificationServerDouble;
+
+namespace {
+Notifier::Notification note(const QString &identifier, const QString &title = QStringLiteral("t"),
+                            bool sound = true)
+{
+    return {identifier, title, QStringLiteral("body of ") + title, sound};
+}
+} // namespace
+
+class TestFreedesktopNotifier : public QObject
+{
+    Q_OBJECT
+
+    // A private bus with the server double on its own connection and the notifier on another.
+    struct Rig
+    {
+        testing::PrivateBus bus;
+        NotificationServerDouble server;
+        std::unique_ptr<FreedesktopNotifier> notifier;
+        QDBusConnection serverConnection{QString()};
+
+        bool start(bool withServer = true)
+        {
+            if (!bus.running())
+                return false;
+            serverConnection = bus.connect(QStringLiteral("server"));
+            if (withServer && !server.serveOn(serverConnection))
+                return false;
+            notifier = std::make_unique<FreedesktopNotifier>(bus.connect(QStringLiteral("app")));
+            return true;
+        }
+        std::optional<bool> permission()
+        {
+            std::optional<bool> answer;
+            notifier->requestPermission(Notifier::Permission::Alert | Notifier::Permission::Sound,
+                                        [&answer](bool granted) { answer = granted; });
+            if (answer) // the answer must never arrive before the request returns
+                return std::nullopt;
+            if (!QTest::qWaitFor([&answer] { return answer.has_value(); }, 5000))
+                return std::nullopt;
+            return answer;
+        }
+        bool waitForCalls(qsizetype count)
+        {
+            return QTest::qWaitFor([&] { return server.calls.size() >= count; }, 5000);
+        }
+    };
+
+private Q_SLOTS:
+    void init()
+    {
+        if (!testing::PrivateBus::available())
+            QSKIP("dbus-daemon is not installed");
+    }
+
+    void permissionFollowsTheServer_data()
+    {
+        QTest::addColumn<bool>("withServer");
+        QTest::newRow("a server answers: granted") << true;
+        QTest::newRow("no server on the bus: refused") << false;
+    }
+    void permissionFollowsTheServer()
+    {
+        QFETCH(bool, withServer);
+        Rig rig;
+        QVERIFY(rig.start(withServer));
+        QCOMPARE(rig.permission(), std::optional(withServer));
+    }
+
+    void noBusAtAllRefusesWithoutBlocking()
+    {
+        FreedesktopNotifier notifier(QDBusConnection::connectToBus(
+            QStringLiteral("unix:path=/nonexistent/mireo-bus"), QStringLiteral("nowhere")));
+        std::optional<bool> answer;
+        notifier.requestPermission(Notifier::Permission::Alert,
+                                   [&answer](bool granted) { answer = granted; });
+        QVERIFY(!answer);
+        notifier.deliver(note(QStringLiteral("lost")));
+        QVERIFY(QTest::qWaitFor([&answer] { return answer.has_value(); }, 5000));
+        QCOMPARE(*answer, false);
+        QDBusConnection::disconnectFromBus(QStringLiteral("nowhere"));
+    }
+
+    void notifyCarriesTheAppsIdentity()
+    {
+        Rig rig;
+        QVERIFY(rig.start());
+        rig.notifier->deliver(note(QStringLiteral("decision-1"), QStringLiteral("Mireo decided")));
+        QVERIFY(rig.waitForCalls(1));
+        const NotificationServerDouble::Call &call = rig.server.calls.first();
+        QCOMPARE(call.appName, QStringLiteral("Mireo Pulse"));
+        QCOMPARE(call.appIcon, QStringLiteral("mireo-pulse"));
+        QCOMPARE(call.replacesId, 0u);
+        QCOMPARE(call.summary, QStringLiteral("Mireo decided"));
+        QCOMPARE(call.body, QStringLiteral("body of Mireo decided"));
+        QCOMPARE(call.actions, QStringList());
+        QCOMPARE(call.expireTimeout, -1);
+        QCOMPARE(call.hints.value(QStringLiteral("desktop-entry")).toString(),
+                 QStringLiteral("mireo-pulse"));
+        QCOMPARE(call.hints.value(QStringLiteral("sound-name")).toString(),
+                 QStringLiteral("message-new-instant"));
+        QVERIFY(!call.hints.contains(QStringLiteral("suppress-sound")));
+    }
+
+    void silentNotificationAsksForSilence()
+    {
+        Rig rig;
+        QVERIFY(rig.start());
+        rig.notifier->deliver(note(QStringLiteral("notch-hidden"), QStringLiteral("t"), false));
+        QVERIFY(rig.waitForCalls(1));
+        QVERIFY(!rig.server.calls.first().hints.contains(QStringLiteral("sound-name")));
+        QCOMPARE(rig.server.calls.first().hints.value(QStringLiteral("suppress-sound")), true);
+    }
+
+    void sameIdentifierReplaces()
+    {
+        Rig rig;
+        QVERIFY(rig.start());
+        rig.notifier->deliver(note(QStringLiteral("killswitch-on")));
+        QVERIFY(rig.waitForCalls(1));
+        rig.notifier->deliver(note(QStringLiteral("killswitch-off")));
+        QVERIFY(rig.waitForCalls(2));
+        rig.notifier->deliver(note(QStringLiteral("killswitch-on"), QStringLiteral("again")));
+        QVERIFY(rig.waitForCalls(3));
+
+        const auto &calls = rig.server.calls;
+        QCOMPARE(calls[1].replacesId, 0u);
+        QVERIFY(calls[1].returnedId != calls[0].returnedId);
+        QCOMPARE(calls[2].replacesId, calls[0].returnedId);
+        QCOMPARE(calls[2].summary, QStringLiteral("again"));
+    }
+
+    // Fills with the same time and symbol are posted back to back, before the server has
+    // answered the first: the last one still replaces it rather than showing beside it.
+    void sameIdentifierInQuickSuccessionReplaces()
+    {
+        Rig rig;
+        QVERIFY(rig.start());
+        rig.notifier->deliver(note(QStringLiteral("fill-x"), QStringLiteral("first")));
+        rig.notifier->deliver(note(QStringLiteral("fill-x"), QStringLiteral("second")));
+        rig.notifier->deliver(note(QStringLiteral("fill-x"), QStringLiteral("third")));
+        QVERIFY(rig.waitForCalls(2));
+        QTest::qWait(100);
+        const auto &calls = rig.server.calls;
+        QCOMPARE(calls.size(), 2);
+        QCOMPARE(calls[0].summary, QStringLiteral("first"));
+        QCOMPARE(calls[1].summary, QStringLiteral("third"));
+        QCOMPARE(calls[1].replacesId, calls[0].returnedId);
+    }
+
+    // A hung server blocks nothing: the call returns at once, the permission is refused when the
+    // time-out ends, and a notification queued behind a lost one still goes out.
+    void hungServerBlocksNothing()
+    {
+        Rig rig;
+        QVERIFY(rig.start());
+        rig.server.hung = true;
+        rig.notifier->setCallTimeout(std::chrono::milliseconds(300));
+        QElapsedTimer elapsed;
+        elapsed.start();
+        rig.notifier->deliver(note(QStringLiteral("fill-x"), QStringLiteral("first")));
+        rig.notifier->deliver(note(QStringLiteral("fill-x"), QStringLiteral("second")));
+        QVERIFY(elapsed.elapsed() < 100);
+        QCOMPARE(rig.permission(), std::optional(false));
+        QVERIFY(rig.waitForCalls(2));
+        QCOMPARE(rig.server.calls[1].summary, QStringLiteral("second"));
+        QCOMPARE(rig.server.calls[1].replacesId, 0u);
+    }
+
+    // A notification server that goes away loses notifications, not the app; one that comes back
+    // numbers afresh, so old ids are not reused on it.
+    void serverGoneAndBack()
+    {
+        Rig rig;
+        QVERIFY(rig.start());
+        rig.notifier->deliver(note(QStringLiteral("decision-1")));
+        QVERIFY(rig.waitForCalls(1));
+
+        rig.server.stop();
+        QCOMPARE(rig.permission(), std::optional(false));
+        rig.notifier->deliver(note(QStringLiteral("decision-2")));
+        QTest::qWait(100);
+        QCOMPARE(rig.server.calls.size(), 1);
+
+        NotificationServerDouble restarted;
+        QVERIFY(restarted.serveOn(rig.serverConnection));
+        QCOMPARE(rig.permission(), std::optional(true));
+        rig.notifier->deliver(note(QStringLiteral("decision-1")));
+        QVERIFY(QTest::qWaitFor([&] { return restarted.calls.size() == 1; }, 5000));
+        QCOMPARE(restarted.calls.first().replacesId, 0u);
+        restarted.stop();
+    }
+};
+
+QTEST_GUILESS_MAIN(TestFreedesktopNotifier)
+#include "tst_freedesktopnotifier.moc"
