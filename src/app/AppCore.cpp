@@ -4,12 +4,30 @@
 #include "settings/AppSettings.h"
 #include "settings/MireoConfig.h"
 
+#include <QMetaMethod>
+
 AppCore::AppCore(Defaults &defaults, const net::Clock &clock, SecretStore &secrets,
                  Browser &browser, const AuthStore::Endpoints &endpoints, QObject *parent)
     : QObject(parent), m_http(QByteArray(MireoConfig::userAgent)),
       m_pulse(m_http, defaults, clock, endpoints.site),
       m_auth(m_http, defaults, clock, secrets, browser, endpoints)
 {
+    relayChangesOf(m_pulse);
+    relayChangesOf(m_auth);
+    relayChangesOf(AppSettings::shared());
+}
+
+// Every field signal, so a field added later cannot be forgotten here.
+void AppCore::relayChangesOf(QObject &source)
+{
+    static const QMetaMethod relay = QMetaMethod::fromSignal(&AppCore::changed);
+    const QMetaObject *meta = source.metaObject();
+    for (int i = meta->methodOffset(); i < meta->methodCount(); ++i) {
+        const QMetaMethod signal = meta->method(i);
+        if (signal.methodType() == QMetaMethod::Signal && signal.parameterCount() == 0 &&
+            signal.name().endsWith("Changed"))
+            connect(&source, signal, this, relay);
+    }
 }
 
 QString AppCore::menuTitle() const

@@ -29,7 +29,14 @@ public:
     // The panel title for the chosen metric.
     QString menuTitle() const;
 
+Q_SIGNALS:
+    // A published field of a store or of the settings changed. Emitted as the change is
+    // announced: read the values on the next turn of the event loop.
+    void changed();
+
 private:
+    void relayChangesOf(QObject &source);
+
     // Declared first: outlives the stores whose requests it carries.
     net::HttpClient m_http;
     PulseStore m_pulse;

@@ -1,18 +1,13 @@
 #include "app/Headless.h"
 
-#include "app/AppCore.h"
-#include "app/DesktopBrowser.h"
 #include "app/StatusReport.h"
 #include "net/Clock.h"
-#include "platform/linux/KeychainSecretStore.h"
 #include "settings/Defaults.h"
 #include "settings/MireoConfig.h"
 
 #include <QCoreApplication>
 #include <QJsonDocument>
 #include <cstdio>
-
-namespace {
 
 void printLine(const QByteArray &line)
 {
@@ -21,7 +16,31 @@ void printLine(const QByteArray &line)
     std::fflush(stdout);
 }
 
+namespace {
+
+// AuthStore reads the token as it is created: it must be loaded by then.
+SecretStore &withTokenLoaded(KeychainSecretStore &secrets)
+{
+    secrets.preload(QString::fromLatin1(AuthStore::refreshTokenKey));
+    return secrets;
+}
+
 } // namespace
+
+HeadlessServices::HeadlessServices()
+    : secrets(MireoConfig::keychainService()),
+      core(Defaults::shared(), net::Clock::system(), withTokenLoaded(secrets), browser,
+           builtInEndpoints())
+{
+}
+
+QByteArray headlessLine(HeadlessOutput output, AppCore &core)
+{
+    if (output == HeadlessOutput::Title)
+        return core.menuTitle().toUtf8();
+    return QJsonDocument(statusReport(core.menuTitle(), core.pulse(), core.auth()))
+        .toJson(QJsonDocument::Compact);
+}
 
 AuthStore::Endpoints builtInEndpoints()
 {
@@ -30,21 +49,15 @@ AuthStore::Endpoints builtInEndpoints()
 
 int runHeadless(HeadlessOutput output)
 {
-    KeychainSecretStore secrets(MireoConfig::keychainService());
-    secrets.preload(QString::fromLatin1(AuthStore::refreshTokenKey));
-    DesktopBrowser browser;
-    AppCore core(Defaults::shared(), net::Clock::system(), secrets, browser, builtInEndpoints());
+    HeadlessServices services;
+    AppCore &core = services.core;
 
     // Prints once both the first public refresh and the session restore have finished.
     int waiting = 2;
     const auto finishOne = [&] {
         if (--waiting > 0)
             return;
-        if (output == HeadlessOutput::Title)
-            printLine(core.menuTitle().toUtf8());
-        else
-            printLine(QJsonDocument(statusReport(core.menuTitle(), core.pulse(), core.auth()))
-                          .toJson(QJsonDocument::Compact));
+        printLine(headlessLine(output, core));
         Defaults::shared().sync();
         QCoreApplication::exit(0);
     };

@@ -1,6 +1,9 @@
 #pragma once
 
 #include "account/AuthStore.h"
+#include "app/AppCore.h"
+#include "app/DesktopBrowser.h"
+#include "platform/linux/KeychainSecretStore.h"
 
 enum class HeadlessOutput { Title, StatusJson };
 
@@ -12,3 +15,16 @@ int runHeadless(HeadlessOutput output);
 
 // The endpoints this build talks to.
 AuthStore::Endpoints builtInEndpoints();
+
+// The services as the app builds them, for the surfaces without a window.
+struct HeadlessServices
+{
+    HeadlessServices();
+    KeychainSecretStore secrets;
+    DesktopBrowser browser;
+    AppCore core;
+};
+
+// What the surfaces print: the title, or the status JSON object on one line.
+QByteArray headlessLine(HeadlessOutput output, AppCore &core);
+void printLine(const QByteArray &line);

@@ -1,3 +1,4 @@
+#include "app/Follow.h"
 #include "app/Headless.h"
 #include "app/RenderCommand.h"
 #include "settings/AppSettings.h"
@@ -34,6 +35,12 @@ int main(int argc, char *argv[])
         QStringLiteral("Choose the language (system, en, pt) and exit."),
         QStringLiteral("language"));
     parser.addOptions({printTitle, statusJson, setMetric, setLanguage});
+    const QCommandLineOption follow(
+        QStringLiteral("follow"),
+        QStringLiteral("Keep running; print the title each time it changes."));
+    const QCommandLineOption json(QStringLiteral("json"),
+                                  QStringLiteral("With --follow: print the state as JSON."));
+    parser.addOptions({follow, json});
     parser.process(app);
 
     if (parser.isSet(setMetric) || parser.isSet(setLanguage)) {
@@ -45,6 +52,8 @@ int main(int argc, char *argv[])
         return 0;
     }
 
+    if (parser.isSet(follow))
+        return runFollow(parser.isSet(json) ? HeadlessOutput::StatusJson : HeadlessOutput::Title);
     if (parser.isSet(statusJson))
         return runHeadless(HeadlessOutput::StatusJson);
     if (parser.isSet(printTitle))

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QElapsedTimer>
+#include <QPointer>
+#include <QWidget>
+
+// The popover under the panel item: a frameless popup that hosts one content widget, closes on
+// a click anywhere else and stays inside the screen of the click.
+class PopoverWindow : public QWidget
+{
+    Q_OBJECT
+public:
+    explicit PopoverWindow(QWidget *parent = nullptr);
+
+    // Takes ownership; replaces (and deletes) the previous content.
+    void setContent(QWidget *content);
+    QWidget *content() const { return m_content; }
+
+    // Shows the popover at the anchor (global coordinates), or closes it when it is shown.
+    void toggle(QPoint anchor);
+    void showAt(QPoint anchor);
+    bool isShown() const { return isVisible(); }
+
+    QSize sizeHint() const override;
+
+Q_SIGNALS:
+    void shown();
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
+
+private:
+    QPointer<QWidget> m_content;
+    // The click on the panel item that closes an open popover first reaches us as a click
+    // outside; the item's activation follows a moment later and must not reopen it.
+    QElapsedTimer m_sinceHidden;
+};

@@ -1,0 +1,94 @@
+#include "app/QuickPanel.h"
+
+#include "app/PanelPlacement.h"
+
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QPainterPath>
+#include <QScreen>
+#include <QVBoxLayout>
+
+namespace {
+
+const QSize emptySize(340, 300);
+// The panel floats over whatever is behind it: mostly opaque, so the numbers stay legible.
+constexpr int backgroundAlpha = 235;
+
+} // namespace
+
+QuickPanel::QuickPanel(QWidget *parent)
+    : QWidget(parent, Qt::Tool | Qt::WindowStaysOnTopHint | Qt::FramelessWindowHint)
+{
+    setObjectName(QStringLiteral("QuickPanel"));
+    setAttribute(Qt::WA_TranslucentBackground);
+    setFocusPolicy(Qt::StrongFocus);
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    resize(emptySize);
+}
+
+void QuickPanel::setContent(QWidget *content)
+{
+    delete m_content;
+    m_content = content;
+    if (content)
+        layout()->addWidget(content);
+}
+
+QSize QuickPanel::sizeHint() const
+{
+    return m_content ? QWidget::sizeHint() : emptySize;
+}
+
+void QuickPanel::toggle()
+{
+    if (isVisible()) {
+        hide();
+        return;
+    }
+    // Without a screen the panel keeps its last size and place.
+    if (const QScreen *screen = QGuiApplication::primaryScreen()) {
+        const QSize size = sizeHint();
+        resize(size);
+        move(PanelPlacement::quickPanelTopLeft(screen->availableGeometry(), size));
+    }
+    show();
+    raise();
+    activateWindow();
+    if (m_content)
+        m_content->setFocus(Qt::ActiveWindowFocusReason);
+    else
+        setFocus(Qt::ActiveWindowFocusReason);
+    Q_EMIT shown();
+}
+
+void QuickPanel::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    QColor fill = palette().color(QPalette::Window);
+    fill.setAlpha(backgroundAlpha);
+    QPainterPath shape;
+    shape.addRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), cornerRadius, cornerRadius);
+    painter.fillPath(shape, fill);
+    painter.setPen(QPen(palette().color(QPalette::Mid), 1));
+    painter.drawPath(shape);
+}
+
+void QuickPanel::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Escape) {
+        hide();
+        return;
+    }
+    QWidget::keyPressEvent(event);
+}
+
+void QuickPanel::changeEvent(QEvent *event)
+{
+    QWidget::changeEvent(event);
+    // Only a loss of focus after the panel had it: showing it must not count as losing it.
+    if (event->type() == QEvent::ActivationChange && isVisible() && !isActiveWindow())
+        hide();
+}

@@ -1,0 +1,116 @@
+#include "platform/linux/StatusNotifierItem.h"
+
+#include "platform/linux/StatusNotifierItemAdaptor.h"
+
+#include <QCoreApplication>
+#include <QCursor>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QStandardPaths>
+
+namespace {
+
+// Several items in one process (tests) each need their own name.
+int nextInstance = 1;
+
+QString themeIconName()
+{
+    // Hosts prefer a theme name over pixmaps, but show nothing for a name they cannot find.
+    const QString installed =
+        QStandardPaths::locate(QStandardPaths::GenericDataLocation,
+                               QStringLiteral("icons/hicolor/scalable/apps/mireo-pulse.svg"));
+    return installed.isEmpty() ? QString() : QStringLiteral("mireo-pulse");
+}
+
+} // namespace
+
+StatusNotifierItem::StatusNotifierItem(const QDBusConnection &bus, QObject *parent)
+    : StatusItem(parent), m_bus(bus), m_service(QStringLiteral("org.kde.StatusNotifierItem-%1-%2")
+                                                    .arg(QCoreApplication::applicationPid())
+                                                    .arg(nextInstance++)),
+      m_iconName(themeIconName()), m_watcherOwner(QLatin1StringView(watcherService), bus,
+                                                  QDBusServiceWatcher::WatchForOwnerChange)
+{
+    sni::registerTypes();
+    m_adaptor = new StatusNotifierItemAdaptor(this);
+    m_bus.registerObject(QLatin1StringView(itemPath), this, QDBusConnection::ExportAdaptors);
+    m_bus.registerService(m_service);
+    connect(&m_watcherOwner, &QDBusServiceWatcher::serviceOwnerChanged, this,
+            [this](const QString &, const QString &, const QString &newOwner) {
+                setRegistered(false);
+                if (!newOwner.isEmpty())
+                    registerWithWatcher();
+            });
+    registerWithWatcher();
+}
+
+StatusNotifierItem::~StatusNotifierItem()
+{
+    m_bus.unregisterObject(QLatin1StringView(itemPath));
+    m_bus.unregisterService(m_service);
+}
+
+void StatusNotifierItem::setTitle(const QString &title)
+{
+    if (title == m_title)
+        return;
+    m_title = title;
+    Q_EMIT m_adaptor->NewTitle();
+    announceLabel();
+}
+
+void StatusNotifierItem::setToolTip(const QString &toolTip)
+{
+    if (toolTip == m_toolTip)
+        return;
+    m_toolTip = toolTip;
+    Q_EMIT m_adaptor->NewToolTip();
+}
+
+void StatusNotifierItem::activateFromPanel(int x, int y)
+{
+    Q_EMIT activated(x == 0 && y == 0 ? QCursor::pos() : QPoint(x, y));
+}
+
+void StatusNotifierItem::announceLabel()
+{
+    Q_EMIT m_adaptor->XAyatanaNewLabel(m_title, QLatin1StringView(labelGuide));
+    // Hosts that watch properties through a generic proxy only hear PropertiesChanged.
+    QDBusMessage changed = QDBusMessage::createSignal(
+        QLatin1StringView(itemPath), QStringLiteral("org.freedesktop.DBus.Properties"),
+        QStringLiteral("PropertiesChanged"));
+    changed << QLatin1StringView(itemInterface)
+            << QVariantMap{{QStringLiteral("Title"), m_title},
+                           {QStringLiteral("XAyatanaLabel"), m_title}}
+            << QStringList();
+    m_bus.send(changed);
+}
+
+void StatusNotifierItem::registerWithWatcher()
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        QLatin1StringView(watcherService), QLatin1StringView(watcherPath),
+        QLatin1StringView(watcherService), QStringLiteral("RegisterStatusNotifierItem"));
+    call << m_service;
+    // No watcher means no panel: do not ask the bus to start one.
+    call.setAutoStartService(false);
+    // Asynchronous: a hung panel must never stall the app.
+    auto *pending = new QDBusPendingCallWatcher(m_bus.asyncCall(call), this);
+    connect(pending, &QDBusPendingCallWatcher::finished, this,
+            [this](QDBusPendingCallWatcher *finished) {
+                finished->deleteLater();
+                if (!finished->isError())
+                    setRegistered(true);
+            });
+}
+
+void StatusNotifierItem::setRegistered(bool registered)
+{
+    if (registered)
+        Q_EMIT this->registered();
+    if (registered == m_registered)
+        return;
+    m_registered = registered;
+    Q_EMIT visibleChanged(registered);
+}

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "app/StatusItem.h"
+
+#include <QDBusConnection>
+#include <QDBusServiceWatcher>
+
+class StatusNotifierItemAdaptor;
+
+// The panel item on Linux desktops: an org.kde.StatusNotifierItem exported at
+// /StatusNotifierItem under its own bus name and registered with the panel's
+// StatusNotifierWatcher, again whenever the watcher comes back (a panel restart or crash).
+// The title travels as the item's Title and as its XAyatanaLabel, the text shown beside the icon.
+class StatusNotifierItem : public StatusItem
+{
+    Q_OBJECT
+public:
+    static constexpr auto itemPath = "/StatusNotifierItem";
+    static constexpr auto itemInterface = "org.kde.StatusNotifierItem";
+    static constexpr auto watcherService = "org.kde.StatusNotifierWatcher";
+    static constexpr auto watcherPath = "/StatusNotifierWatcher";
+    static constexpr auto id = "mireo-pulse";
+    // The widest title we expect, so the panel keeps a steady width as the number changes.
+    static constexpr auto labelGuide = "M +000.0%";
+
+    explicit StatusNotifierItem(const QDBusConnection &bus, QObject *parent = nullptr);
+    ~StatusNotifierItem() override;
+
+    void setTitle(const QString &title) override;
+    void setToolTip(const QString &toolTip) override;
+    QString title() const override { return m_title; }
+    QString toolTip() const { return m_toolTip; }
+    bool isVisible() const override { return m_registered; }
+
+    // org.kde.StatusNotifierItem-<pid>-<n>, owned for the life of the item.
+    QString serviceName() const { return m_service; }
+    // The icon's theme name once an icon theme can resolve it, else empty (hosts use the pixmaps).
+    QString iconName() const { return m_iconName; }
+
+    // Activation from the panel: a zero point means the host did not say where.
+    void activateFromPanel(int x, int y);
+
+Q_SIGNALS:
+    // The watcher accepted the item; emitted again after each re-registration.
+    void registered();
+
+private:
+    void registerWithWatcher();
+    void setRegistered(bool registered);
+    void announceLabel();
+
+    QDBusConnection m_bus;
+    QString m_service;
+    QString m_title;
+    QString m_toolTip;
+    QString m_iconName;
+    bool m_registered = false;
+    StatusNotifierItemAdaptor *m_adaptor = nullptr;
+    QDBusServiceWatcher m_watcherOwner;
+};

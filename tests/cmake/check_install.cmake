@@ -1,0 +1,21 @@
+# Installs the build into a scratch prefix and checks what the desktop needs landed in place.
+cmake_minimum_required(VERSION 3.25)
+file(REMOVE_RECURSE "${PREFIX}")
+execute_process(COMMAND ${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${PREFIX}"
+                RESULT_VARIABLE result OUTPUT_QUIET)
+if(NOT result EQUAL 0)
+  message(FATAL_ERROR "cmake --install failed: ${result}")
+endif()
+foreach(path bin/mireo-pulse share/applications/mireo-pulse.desktop
+             share/icons/hicolor/scalable/apps/mireo-pulse.svg)
+  if(NOT EXISTS "${PREFIX}/${path}")
+    message(FATAL_ERROR "not installed: ${path}")
+  endif()
+endforeach()
+file(STRINGS "${PREFIX}/share/applications/mireo-pulse.desktop" entry)
+foreach(line "Exec=mireo-pulse %u" "MimeType=x-scheme-handler/mireopulse;" "Icon=mireo-pulse")
+  if(NOT line IN_LIST entry)
+    message(FATAL_ERROR "the installed entry lacks ${line}")
+  endif()
+endforeach()
+file(REMOVE_RECURSE "${PREFIX}")
