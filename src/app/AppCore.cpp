@@ -35,7 +35,7 @@ void AppCore::relayChangesOf(QObject &source)
 void AppCore::startAccountCycle()
 {
     m_notifications.requestPermission();
-    m_poll.start();
+    m_poll.start(MireoConfig::accountPollInterval());
     // The store restores the session by itself at start-up; the first check follows it.
     connect(
         &m_auth, &AuthStore::restoreFinished, this, [this] { m_notifications.check(m_auth); },
