@@ -25,7 +25,7 @@
 #include <QVBoxLayout>
 
 AppDelegate::AppDelegate(QObject *parent)
-    : QObject(parent),
+    : QObject(parent), m_settingsWatcher(Defaults::shared(), AppSettings::shared()),
       m_updater(m_services.core.http(), m_services.browser, appcastUrl(MireoConfig::siteURL()),
                 QCoreApplication::applicationVersion()),
       m_loginItem(QCoreApplication::applicationFilePath()),

@@ -5,6 +5,7 @@
 #include "app/Updates.h"
 #include "platform/linux/QtScreen.h"
 #include "platform/linux/XdgAutostart.h"
+#include "settings/SettingsFileWatcher.h"
 
 #include <QPointer>
 #include <QTimer>
@@ -41,6 +42,7 @@ private:
     void showUpdateNotice(const UpdateNotice &notice);
 
     HeadlessServices m_services;
+    SettingsFileWatcher m_settingsWatcher;
     UpdateChecker m_updater;
     XdgAutostart m_loginItem;
     QtScreen m_screens;

@@ -1,6 +1,8 @@
 #include "app/Follow.h"
 
+#include "settings/AppSettings.h"
 #include "settings/Defaults.h"
+#include "settings/SettingsFileWatcher.h"
 
 #include <QCoreApplication>
 #include <QTimer>
@@ -9,6 +11,7 @@ int runFollow(HeadlessOutput output)
 {
     HeadlessServices services;
     AppCore &core = services.core;
+    SettingsFileWatcher settingsWatcher(Defaults::shared(), AppSettings::shared());
 
     // Changes are announced before the values settle and often several at once: print from
     // the next turn of the event loop, and only what differs from the last line.

@@ -10,14 +10,34 @@ const QString legacyPersonalKey = QStringLiteral("menu.personal");
 } // namespace
 
 AppSettings::AppSettings(Defaults &defaults, QObject *parent)
-    : QObject(parent), m_defaults(defaults)
+    : QObject(parent), m_defaults(defaults), m_menuMetric(storedMetric()),
+      m_language(storedLanguage())
 {
-    if (const auto stored = defaults.string(metricKey))
-        m_menuMetric = *stored;
-    else
-        m_menuMetric = defaults.boolean(legacyPersonalKey).value_or(false) ? QStringLiteral("pct")
-                                                                           : QStringLiteral("book");
-    m_language = defaults.string(languageKey).value_or(QStringLiteral("system"));
+}
+
+QString AppSettings::storedMetric() const
+{
+    if (const auto stored = m_defaults.string(metricKey))
+        return *stored;
+    return m_defaults.boolean(legacyPersonalKey).value_or(false) ? QStringLiteral("pct")
+                                                                 : QStringLiteral("book");
+}
+
+QString AppSettings::storedLanguage() const
+{
+    return m_defaults.string(languageKey).value_or(QStringLiteral("system"));
+}
+
+void AppSettings::reload()
+{
+    if (const QString metric = storedMetric(); metric != m_menuMetric) {
+        m_menuMetric = metric;
+        Q_EMIT menuMetricChanged();
+    }
+    if (const QString language = storedLanguage(); language != m_language) {
+        m_language = language;
+        Q_EMIT languageChanged();
+    }
 }
 
 AppSettings &AppSettings::shared()

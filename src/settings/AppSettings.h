@@ -23,12 +23,17 @@ public:
     // Any text is accepted and stored as it is; readers treat unknown values as the default.
     void setMenuMetric(const QString &metric);
     void setLanguage(const QString &language);
+    // Takes up what another process (mireo-pulse --set-metric) stored since.
+    void reload();
 
 Q_SIGNALS:
     void menuMetricChanged();
     void languageChanged();
 
 private:
+    QString storedMetric() const;
+    QString storedLanguage() const;
+
     Defaults &m_defaults;
     QString m_menuMetric;
     QString m_language;

@@ -1,5 +1,6 @@
 #include "settings/AppSettings.h"
 #include "settings/L.h"
+#include "settings/SettingsFileWatcher.h"
 #include "support/TestSupport.h"
 
 #include <QSignalSpy>
@@ -102,6 +103,28 @@ private Q_SLOTS:
         QCOMPARE(L::text("offline", "desligado"), QStringLiteral("desligado"));
         settings.setLanguage(QStringLiteral("en"));
         QVERIFY(!L::isPT());
+    }
+
+    // Another process (mireo-pulse --set-metric) writes the file; the running app follows.
+    void followsChoicesWrittenElsewhere()
+    {
+        testing::TempDefaults running;
+        AppSettings settings(*running);
+        SettingsFileWatcher watcher(*running, settings);
+        QSignalSpy metric(&settings, &AppSettings::menuMetricChanged);
+        QSignalSpy language(&settings, &AppSettings::languageChanged);
+
+        Defaults other(running.path());
+        AppSettings(other).setMenuMetric(QStringLiteral("pnl"));
+        other.sync();
+        QTRY_COMPARE(settings.menuMetric(), QStringLiteral("pnl"));
+        QCOMPARE(metric.count(), 1);
+        QCOMPARE(language.count(), 0); // unchanged values are not announced
+
+        AppSettings(other).setLanguage(QStringLiteral("pt"));
+        other.sync();
+        QTRY_COMPARE(settings.language(), QStringLiteral("pt"));
+        QCOMPARE(metric.count(), 1);
     }
 
     void defaultsKeepTypesAcrossARestart()
