@@ -1,12 +1,15 @@
 #include "app/PopoverWindow.h"
 
 #include "app/PanelPlacement.h"
+#include "net/FixedDecimal.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QScreen>
+#include <QTimer>
 #include <QVBoxLayout>
+#include <cstdio>
 
 namespace {
 
@@ -50,6 +53,8 @@ void PopoverWindow::toggle(QPoint anchor)
 
 void PopoverWindow::showAt(QPoint anchor)
 {
+    if (m_tracePaint)
+        m_sinceShown.start();
     const QSize size = sizeHint();
     resize(size);
     QScreen *screen = QGuiApplication::screenAt(anchor);
@@ -70,6 +75,17 @@ void PopoverWindow::paintEvent(QPaintEvent *)
     painter.fillRect(rect(), palette().color(QPalette::Window));
     painter.setPen(palette().color(QPalette::Mid));
     painter.drawRect(rect().adjusted(0, 0, -1, -1));
+    if (m_tracePaint && m_sinceShown.isValid()) {
+        // The content paints in the same pass; the next turn comes after the frame is out.
+        const QElapsedTimer shown = m_sinceShown;
+        m_sinceShown.invalidate();
+        QTimer::singleShot(0, this, [shown] {
+            const QByteArray line =
+                "popover painted in " +
+                net::fixedDecimal(double(shown.nsecsElapsed()) / 1e6, 1).toUtf8() + " ms\n";
+            std::fwrite(line.constData(), 1, size_t(line.size()), stderr);
+        });
+    }
 }
 
 void PopoverWindow::keyPressEvent(QKeyEvent *event)

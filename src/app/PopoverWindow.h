@@ -36,4 +36,7 @@ private:
     // The click on the panel item that closes an open popover first reaches us as a click
     // outside; the item's activation follows a moment later and must not reopen it.
     QElapsedTimer m_sinceHidden;
+    // With MIREO_TRACE_POPOVER=1, how long from showing to the first painted frame (bench/run).
+    const bool m_tracePaint = qEnvironmentVariable("MIREO_TRACE_POPOVER") == u"1";
+    QElapsedTimer m_sinceShown;
 };
