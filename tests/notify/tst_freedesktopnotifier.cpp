@@ -1,6 +1,6 @@
 #include "NotificationServerDouble.h"
-#include "PrivateBus.h"
 #include "platform/linux/FreedesktopNotifier.h"
+#include "support/PrivateSessionBus.h"
 
 #include <QElapsedTimer>
 #include <QTest>
@@ -22,14 +22,14 @@ class TestFreedesktopNotifier : public QObject
     // A private bus with the server double on its own connection and the notifier on another.
     struct Rig
     {
-        testing::PrivateBus bus;
+        testing::PrivateSessionBus bus;
         NotificationServerDouble server;
         std::unique_ptr<FreedesktopNotifier> notifier;
         QDBusConnection serverConnection{QString()};
 
         bool start(bool withServer = true)
         {
-            if (!bus.running())
+            if (!bus.isRunning())
                 return false;
             serverConnection = bus.connect(QStringLiteral("server"));
             if (withServer && !server.serveOn(serverConnection))
@@ -57,7 +57,7 @@ class TestFreedesktopNotifier : public QObject
 private Q_SLOTS:
     void init()
     {
-        if (!testing::PrivateBus::available())
+        if (QStandardPaths::findExecutable(QStringLiteral("dbus-daemon")).isEmpty())
             QSKIP("dbus-daemon is not installed");
     }
 
