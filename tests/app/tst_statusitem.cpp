@@ -12,7 +12,6 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QXmlStreamReader>
 #include <memory>
 
 // Counts what the item announces, as a panel listening on the bus would.
@@ -55,9 +54,7 @@ class TestStatusItem : public QObject
     {
         SniWatcher watcher;
         StatusNotifierItem item;
-        Desktop(const QString &address, const QDBusConnection &app) : watcher(address), item(app)
-        {
-        }
+        Desktop(const QString &address, const QDBusConnection &app) : watcher(address), item(app) {}
         bool show()
         {
             return watcher.start() && QTest::qWaitFor([this] { return item.isVisible(); }, 5000);
@@ -159,30 +156,22 @@ private Q_SLOTS:
         QVERIFY(d->show());
         const QDBusMessage reply = d->call(QStringLiteral("org.freedesktop.DBus.Introspectable"),
                                            QStringLiteral("Introspect"));
-        QXmlStreamReader xml(reply.arguments().value(0).toString());
-        bool inItem = false;
-        QString found;
-        bool seen = false;
-        while (!xml.atEnd()) {
-            xml.readNext();
-            if (xml.isStartElement() && xml.name() == u"interface")
-                inItem = xml.attributes().value(QStringLiteral("name")) == kItem;
-            if (!inItem || !xml.isStartElement())
-                continue;
-            if (xml.name() == kind && xml.attributes().value(QStringLiteral("name")) == name) {
-                seen = true;
-                if (kind == u"property")
-                    found = xml.attributes().value(QStringLiteral("type")).toString();
-            } else if (seen && xml.name() == u"arg" && kind != u"property") {
-                // Signals only have arguments going out; methods list their replies as out.
-                if (kind == u"signal" ||
-                    xml.attributes().value(QStringLiteral("direction")) != u"out")
-                    found += xml.attributes().value(QStringLiteral("type"));
-            } else if (seen && xml.name() != u"arg" && xml.name() != u"annotation") {
-                break;
-            }
-        }
-        QVERIFY2(seen, qPrintable(name));
+        const QString xml = reply.arguments().value(0).toString();
+        const qsizetype start = xml.indexOf(QStringLiteral("<%1 name=\"%2\"").arg(kind, name));
+        QVERIFY2(start >= 0, qPrintable(name));
+        const QString tag = xml.mid(start, xml.indexOf(u'>', start) - start);
+        const QString body =
+            tag.endsWith(u'/')
+                ? QString()
+                : xml.mid(start, xml.indexOf(QStringLiteral("</") + kind, start) - start);
+        static const QRegularExpression type(QStringLiteral("type=\"([^\"]*)\""));
+        static const QRegularExpression arg(QStringLiteral("<arg [^>]*>"));
+        QString found = kind == u"property" ? type.match(tag).captured(1) : QString();
+        // Signals only have arguments going out; methods list their replies as out.
+        for (const QRegularExpressionMatch &m :
+             arg.globalMatch(kind == u"property" ? QString() : body))
+            if (kind == u"signal" || !m.captured().contains(u"direction=\"out\""))
+                found += type.match(m.captured()).captured(1);
         QCOMPARE(found, element.section(u' ', 2));
     }
 
