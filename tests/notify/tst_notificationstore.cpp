@@ -150,11 +150,6 @@ private Q_SLOTS:
             << d1 << 200 << swing("2026-03-02T14:15:00.000Z", R"({"symbol":"X"})") << d0
             << QStringList{"decision-" + d0 + " | Mireo decided | Today's signals: X"}
             << decisionKey;
-        QTest::newRow("same instant written differently is new")
-            << d1 << 200 << swing("2026-03-03T14:15:00Z") << "2026-03-03T14:15:00Z"
-            << QStringList{"decision-2026-03-03T14:15:00Z | Mireo decided | No trade today. "
-                           "Discipline is part of the edge."}
-            << decisionKey;
         QTest::newRow("no decision yet leaves the mark")
             << d0 << 200 << QByteArray(R"({"signals":[]})") << d0 << QStringList() << decisionKey;
         QTest::newRow("failed request leaves the mark")
@@ -176,8 +171,6 @@ private Q_SLOTS:
             << fillKey;
         QTest::newRow("newest equal to the mark")
             << t16 << 200 << day << t16 << QStringList() << fillKey;
-        QTest::newRow("newest older than the mark moves it back")
-            << "2026-03-02T17:00:00Z" << 200 << day << t16 << QStringList() << fillKey;
         // "15:00:00Z" sorts after "15:00:00.5Z" although it is the earlier instant.
         QTest::newRow("text order, not time order")
             << "2026-03-02T15:00:00.5Z" << 200 << day << t16

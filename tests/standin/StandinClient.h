@@ -2,6 +2,7 @@
 
 #include "Server.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QNetworkAccessManager>
@@ -27,6 +28,29 @@ using Headers = QList<QPair<QByteArray, QByteArray>>;
 inline Headers bearer(const QString &accessToken)
 {
     return {{"Authorization", "Bearer " + accessToken.toLatin1()}};
+}
+
+// The wire types of a body: {member:type,...} with sorted members, [the distinct element
+// shapes, joined by |], s, n, b or null.
+inline QString shape(const QJsonValue &value)
+{
+    QStringList parts;
+    if (value.isObject()) {
+        const QJsonObject object = value.toObject();
+        for (auto it = object.begin(); it != object.end(); ++it)
+            parts << it.key() + u':' + shape(it.value());
+        return u'{' + parts.join(u',') + u'}';
+    }
+    if (value.isArray()) {
+        for (const QJsonValue &element : value.toArray())
+            if (!parts.contains(shape(element)))
+                parts << shape(element);
+        return u'[' + parts.join(u'|') + u']';
+    }
+    return value.isString()   ? QStringLiteral("s")
+           : value.isDouble() ? QStringLiteral("n")
+           : value.isBool()   ? QStringLiteral("b")
+                              : QStringLiteral("null");
 }
 
 // A stand-in on a free port with its clock frozen at `now`, and a plain client for it.

@@ -189,8 +189,6 @@ private Q_SLOTS:
                                << 200
                                << u"error=access_denied&error_description=User%20said%20no"
                                   u"%20%26%20left%3D"_s;
-        QTest::newRow("other provider")
-            << u"provider=github&redirect_to=mireopulse://auth"_s << 400 << QString();
         QTest::newRow("foreign redirect")
             << u"provider=google&redirect_to=https://example.com/"_s << 400 << QString();
     }
@@ -225,9 +223,9 @@ private Q_SLOTS:
         const QString access = issued.value(u"access_token"_s).toString();
         const QString refresh = issued.value(u"refresh_token"_s).toString();
         QCOMPARE(issued.value(u"expires_in"_s), QJsonValue(120));
-        const QUrlQuery items = fragmentItems(QUrl(issued.value(u"callbackUrl"_s).toString()));
-        QCOMPARE(items.queryItemValue(u"access_token"_s), access);
-        QCOMPARE(items.queryItemValue(u"refresh_token"_s), refresh);
+        QCOMPARE(fragmentItems(QUrl(issued.value(u"callbackUrl"_s).toString()))
+                     .queryItemValue(u"refresh_token"_s),
+                 refresh);
         QCOMPARE(fetch(kPortfolio, {}, bearer(access)).status, 200);
 
         QCOMPARE(fetch(u"POST /_standin/tokens"_s, R"({"action":"expire"})").status, 200);

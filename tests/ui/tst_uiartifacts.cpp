@@ -170,6 +170,15 @@ private Q_SLOTS:
         QWidget host;
         auto *box = new QVBoxLayout(&host);
         box->addWidget(ui::buildPulseMenu(ui::pulseMenuModel(withAccount(3)), {}).content);
+        // Renders the same widgets under another palette; true when `colour` shows anywhere.
+        const auto render = [&host](const QColor &window, const QColor &text, const QString &name) {
+            QPalette palette = host.palette();
+            palette.setColor(QPalette::Window, window);
+            palette.setColor(QPalette::WindowText, text);
+            host.setPalette(palette);
+            ui::renderWidgetToPng(host, artifact(name));
+            return std::make_pair(QImage(artifact(name)), palette);
+        };
         const auto hasColour = [](const QImage &image, const QColor &colour) {
             for (int y = 0; y < image.height(); ++y)
                 for (int x = 0; x < image.width(); ++x)
@@ -177,20 +186,9 @@ private Q_SLOTS:
                         return true;
             return false;
         };
-        QPalette light = host.palette();
-        light.setColor(QPalette::Window, Qt::white);
-        light.setColor(QPalette::WindowText, Qt::black);
-        host.setPalette(light);
-        QVERIFY(ui::renderWidgetToPng(host, artifact(QStringLiteral("popover-light"))));
-        const QImage before(artifact(QStringLiteral("popover-light")));
-
-        QPalette dark = light;
-        dark.setColor(QPalette::Window, QColor(30, 30, 30));
-        dark.setColor(QPalette::WindowText, Qt::white);
-        host.setPalette(dark);
-        QVERIFY(ui::renderWidgetToPng(host, artifact(QStringLiteral("popover-dark"))));
-        const QImage after(artifact(QStringLiteral("popover-dark")));
-
+        const auto [before, light] = render(Qt::white, Qt::black, QStringLiteral("popover-light"));
+        const auto [after, dark] =
+            render(QColor(30, 30, 30), Qt::white, QStringLiteral("popover-dark"));
         QVERIFY(hasColour(before, ui::mireoGain(light)));
         QVERIFY(!hasColour(before, ui::mireoGain(dark)));
         QVERIFY(hasColour(after, ui::mireoGain(dark)));
