@@ -43,6 +43,13 @@ QStringList lines(const QList<Notifier::Notification> &delivered)
     }
     return result;
 }
+QStringList identifiers(const QList<Notifier::Notification> &delivered)
+{
+    QStringList result;
+    for (const auto &notification : delivered)
+        result << notification.identifier;
+    return result;
+}
 } // namespace
 
 class TestNotificationStore : public QObject
@@ -330,13 +337,10 @@ private Q_SLOTS:
         rig.holdPortfolio(R"("worker":{"killSwitch":true})");
         rig.check(200, swing("2026-03-03T14:15:00.000Z"), tradesStatus, tradesBody);
 
-        QStringList identifiers;
-        for (const auto &notification : rig.notifier.delivered)
-            identifiers << notification.identifier;
         QStringList expected{"decision-2026-03-03T14:15:00.000Z", "killswitch-on"};
         if (fillPosted)
             expected.insert(1, "fill-2026-03-03T15:00:00Z-F");
-        QCOMPARE(identifiers, expected);
+        QCOMPARE(identifiers(rig.notifier.delivered), expected);
 
         QStringList paths;
         for (const auto &request : rig.standin.server.requests())
@@ -400,10 +404,7 @@ private Q_SLOTS:
         QCoro::Task<> second = rig.store.check(rig.auth);
         QCoro::waitFor(first);
         QCoro::waitFor(second);
-        QStringList identifiers;
-        for (const auto &notification : rig.notifier.delivered)
-            identifiers << notification.identifier;
-        QCOMPARE(identifiers,
+        QCOMPARE(identifiers(rig.notifier.delivered),
                  (QStringList{"decision-2026-03-03T14:15:00.000Z", "fill-2026-03-03T15:00:00Z-F"}));
         QCOMPARE(rig.standin.server.requests().size(), 4);
     }

@@ -45,17 +45,15 @@ QStringList describe(const ui::PulseMenuModel &m)
     const ui::PersonalSection &p = m.personal;
     switch (p.state) {
     case ui::PersonalState::SignedOut:
-        out << "state: signed out"
-            << "prompt: " + p.prompt << "sign in: " + button(p.signIn);
+        out << "state: signed out" << QStringLiteral("prompt: ") + p.prompt
+            << "sign in: " + button(p.signIn);
         break;
     case ui::PersonalState::Loading:
-        out << "state: loading"
-            << "loading: " + p.loading;
+        out << "state: loading" << QStringLiteral("loading: ") + p.loading;
         break;
     case ui::PersonalState::Account: {
         const ui::AccountBlock &a = p.account;
-        out << "state: account"
-            << "title: " + a.title << "pill: " + line(a.pill);
+        out << "state: account" << QStringLiteral("title: ") + a.title << "pill: " + line(a.pill);
         if (a.badge)
             out << "badge: " + a.badge->text +
                        (a.badge->live ? QStringLiteral(" (live)") : QString());

@@ -88,6 +88,14 @@ struct Stores
             AuthStore::Endpoints{standin.url(), testing::refusingUrl(), "anon"});
     }
 
+    // The launch refresh has landed and its render is done: only the test's own changes follow.
+    bool settle()
+    {
+        const bool settled = QTest::qWaitFor([this] { return !pulse->refreshing(); }, 5000);
+        QTest::qWait(50);
+        return settled;
+    }
+
     std::unique_ptr<ui::PulseMenuView> view(std::function<void()> onCheckUpdates = {})
     {
         auto view = std::make_unique<ui::PulseMenuView>(
@@ -176,6 +184,7 @@ private Q_SLOTS:
         const auto view = stores.view();
         view->show();
         QVERIFY(QTest::qWaitForWindowExposed(view.get()));
+        QVERIFY(stores.settle());
         // Renders replace the badge; always ask for the current one.
         const auto badge = [&view] {
             auto *current = named<ui::FreshnessBadgeView>(*view, "freshnessBadge");

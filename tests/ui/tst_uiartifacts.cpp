@@ -213,10 +213,8 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("language");
         QTest::addColumn<QString>("signIn");
-        QTest::newRow("en") << "en"
-                            << "Sign in with Mireo";
-        QTest::newRow("pt") << "pt"
-                            << "Iniciar sessão na Mireo";
+        QTest::newRow("en") << "en" << QStringLiteral("Sign in with Mireo");
+        QTest::newRow("pt") << "pt" << QStringLiteral("Iniciar sessão na Mireo");
     }
     void onboarding()
     {
