@@ -18,7 +18,6 @@ struct Answer
 {
     int status = 0;
     QByteArray contentType;
-    qint64 declaredLength = -1;
     QByteArray body;
     QJsonObject json() const { return QJsonDocument::fromJson(body).object(); }
 };
@@ -85,8 +84,7 @@ struct StandinRig
         if (!reply->isFinished())
             finished.wait(3000);
         return {reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(),
-                reply->header(QNetworkRequest::ContentTypeHeader).toByteArray(),
-                reply->header(QNetworkRequest::ContentLengthHeader).toLongLong(), reply->readAll()};
+                reply->header(QNetworkRequest::ContentTypeHeader).toByteArray(), reply->readAll()};
     }
     Answer fetch(const QString &request, const QByteArray &body = {}, const Headers &headers = {})
     {
