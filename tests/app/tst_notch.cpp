@@ -66,11 +66,9 @@ private Q_SLOTS:
         QTest::addColumn<QString>("language");
         QTest::addColumn<QString>("title");
         QTest::addColumn<QString>("bodyPart");
-        QTest::newRow("en") << "en"
-                            << "Mireo is hidden by the notch"
+        QTest::newRow("en") << "en" << QStringLiteral("Mireo is hidden by the notch")
                             << "(Cmd-drag it off)";
-        QTest::newRow("pt") << "pt"
-                            << "A Mireo está atrás do notch"
+        QTest::newRow("pt") << "pt" << QStringLiteral("A Mireo está atrás do notch")
                             << "(Cmd+arrastar)";
     }
     void postsOnceAfterItsDelayInTheCurrentLanguage()

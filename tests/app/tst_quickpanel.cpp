@@ -9,25 +9,13 @@
 #include <QScreen>
 #include <QSignalSpy>
 #include <QTest>
-#include <QVBoxLayout>
 
 namespace {
 
-// What the pulse view will be, for now: something with a size of its own and a focusable child.
+// Stands in for the pulse view: a size of its own, and it takes the focus.
 QWidget *placeholderContent(QSize size)
 {
-    auto *content = new QWidget;
-    content->setObjectName(QStringLiteral("placeholder"));
-    auto *layout = new QVBoxLayout(content);
-    layout->setContentsMargins(16, 14, 16, 14);
-    auto *header = new QLabel(QStringLiteral("<b>MIREO</b>"));
-    auto *number = new QLabel(QStringLiteral("+12.3%"));
-    QFont big = number->font();
-    big.setPointSize(22);
-    number->setFont(big);
-    layout->addWidget(header);
-    layout->addWidget(number);
-    layout->addStretch();
+    auto *content = new QLabel(QStringLiteral("<b>MIREO</b> +12.3%"));
     content->setFocusPolicy(Qt::StrongFocus);
     content->setFixedSize(size);
     return content;
@@ -124,7 +112,7 @@ private Q_SLOTS:
         QTRY_VERIFY(panel.isHidden());
     }
 
-    void popoverOpensUnderTheClickAndToggles()
+    void popoverOpensUnderTheClickAndCloses()
     {
         PopoverWindow popover;
         popover.setContent(placeholderContent(QSize(320, 260)));
@@ -143,12 +131,7 @@ private Q_SLOTS:
 
         popover.toggle(click);
         QVERIFY(popover.isHidden());
-    }
-
-    void popoverClosesOnEscape()
-    {
-        PopoverWindow popover;
-        popover.setContent(placeholderContent(QSize(320, 260)));
+        // Escape closes it too.
         popover.showAt(available().center());
         QVERIFY(QTest::qWaitForWindowExposed(&popover));
         QTest::keyClick(popover.content(), Qt::Key_Escape);

@@ -107,9 +107,7 @@ private Q_SLOTS:
             << R(release("0.5", "0.5", "https://example.com/download"));
         QTest::newRow("no item") << feed({}) << R();
         QTest::newRow("not XML") << QByteArray(R"({"version":"9.9"})") << R();
-        QTest::newRow("HTML error page") << QByteArray("<html><body>502</body></html>") << R();
         QTest::newRow("cut off") << feed(item("9.0")).left(200) << R();
-        QTest::newRow("empty") << QByteArray() << R();
     }
     void parsing()
     {
@@ -129,24 +127,14 @@ private Q_SLOTS:
         QTest::addColumn<QString>("a");
         QTest::addColumn<QString>("b");
         QTest::addColumn<int>("order");
-        QTest::newRow("1.10 > 1.9") << "1.10"
-                                    << "1.9" << 1;
-        QTest::newRow("1.0 == 1.0.0") << "1.0"
-                                      << "1.0.0" << 0;
-        QTest::newRow("0.1.0 < 0.2") << "0.1.0"
-                                     << "0.2" << -1;
-        QTest::newRow("2 < 10") << "2"
-                                << "10" << -1;
-        QTest::newRow("leading zeros") << "01.002"
-                                       << "1.2" << 0;
-        QTest::newRow("beyond 64 bits") << "99999999999999999999999"
-                                        << "9999999999" << 1;
-        QTest::newRow("pre-release first") << "1.0b1"
-                                           << "1.0" << -1;
-        QTest::newRow("pre-releases by text") << "1.0b2"
-                                              << "1.0b1" << 1;
-        QTest::newRow("equal") << "0.1.0"
-                               << "0.1.0" << 0;
+        // "a op b" with op one of < = >
+        for (const char *row :
+             {"1.10 > 1.9", "1.0 = 1.0.0", "0.1.0 < 0.2", "2 < 10", "01.002 = 1.2",
+              "99999999999999999999999 > 9999999999", "1.0b1 < 1.0", "1.0b2 > 1.0b1"}) {
+            const QStringList parts = QString::fromLatin1(row).split(' ');
+            QTest::newRow(row) << parts[0] << parts[2]
+                               << int(QStringLiteral("<=>").indexOf(parts[1])) - 1;
+        }
     }
     void ordering()
     {
@@ -182,7 +170,6 @@ private Q_SLOTS:
                                << "You have the latest version (0.1.0)." << V();
         // Failures keep what the earlier check found (0.3).
         QTest::newRow("not XML") << 200 << QByteArray("not xml") << 0 << "en" << failed << V("0.3");
-        QTest::newRow("no item") << 200 << feed({}) << 0 << "en" << failed << V("0.3");
         QTest::newRow("404") << 404 << newer << 0 << "en" << failed << V("0.3");
         QTest::newRow("huge") << 200 << QByteArray(1536 * 1024, ' ') + newer << 0 << "en" << failed
                               << V("0.3");

@@ -68,17 +68,16 @@ private Q_SLOTS:
         QTest::addColumn<QString>("path");
         QTest::addColumn<QString>("exec");
         QTest::newRow("plain") << "/opt/mireo/bin/mireo-pulse"
-                               << "/opt/mireo/bin/mireo-pulse";
+                               << QStringLiteral("/opt/mireo/bin/mireo-pulse");
         QTest::newRow("space") << "/home/a b/mireo-pulse"
-                               << "\"/home/a b/mireo-pulse\"";
+                               << QStringLiteral("\"/home/a b/mireo-pulse\"");
         QTest::newRow("dollar") << "/tmp/x$y/mireo-pulse"
-                                << "\"/tmp/x\\\\$y/mireo-pulse\"";
-        QTest::newRow("percent, a field code otherwise") << "/tmp/100%/mireo-pulse"
-                                                         << "/tmp/100%%/mireo-pulse";
-        QTest::newRow("backslash") << "/tmp/a\\b/mireo-pulse"
-                                   << "\"/tmp/a\\\\\\\\b/mireo-pulse\"";
-        QTest::newRow("double quote") << "/tmp/a\"b/m"
-                                      << "\"/tmp/a\\\\\"b/m\"";
+                                << QStringLiteral("\"/tmp/x\\\\$y/mireo-pulse\"");
+        QTest::newRow("percent, a field code otherwise")
+            << "/tmp/100%/mireo-pulse" << QStringLiteral("/tmp/100%%/mireo-pulse");
+        QTest::newRow("backslash")
+            << "/tmp/a\\b/mireo-pulse" << QStringLiteral("\"/tmp/a\\\\\\\\b/mireo-pulse\"");
+        QTest::newRow("double quote") << "/tmp/a\"b/m" << QStringLiteral("\"/tmp/a\\\\\"b/m\"");
     }
     void execArgument()
     {

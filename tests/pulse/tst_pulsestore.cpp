@@ -128,17 +128,12 @@ private Q_SLOTS:
         QTest::addColumn<bool>("drop");
 
         QTest::newRow("500") << 500 << goodRecord << 1 << 0 << false;
-        QTest::newRow("503") << 503 << QByteArray() << 1 << 0 << false;
         QTest::newRow("404") << 404 << goodRecord << 1 << 0 << false;
-        QTest::newRow("401") << 401 << goodRecord << 1 << 0 << false;
         QTest::newRow("204") << 204 << QByteArray() << 1 << 0 << false;
-        QTest::newRow("301") << 301 << goodRecord << 1 << 0 << false;
         QTest::newRow("201 with a good body") << 201 << goodRecord << 1 << 0 << false;
         QTest::newRow("not JSON") << 200 << QByteArray("<html>oops</html>") << 1 << 0 << false;
-        QTest::newRow("array at the top") << 200 << QByteArray("[1]") << 1 << 0 << false;
         QTest::newRow("wrong types")
             << 200 << QByteArray(R"({"has_data":"yes"})") << 1 << 0 << false;
-        QTest::newRow("empty body") << 200 << QByteArray() << 1 << 0 << false;
         QTest::newRow("50 MB body") << 200 << QByteArray(1024, ' ') << 50 * 1024 << 0 << false;
         QTest::newRow("slower than the time-out") << 200 << goodRecord << 1 << 1500 << false;
         QTest::newRow("cut mid-body") << 200 << goodRecord << 1 << 0 << true;
@@ -182,25 +177,15 @@ private Q_SLOTS:
         QCOMPARE(rig.defaults->number(QStringLiteral("cache.pulse.returnPct")), 12.345);
     }
 
-    void failureWithNothingShownSaysOffline_data()
-    {
-        QTest::addColumn<QString>("language");
-        QTest::addColumn<QString>("line");
-        QTest::newRow("en") << "en"
-                            << "offline";
-        QTest::newRow("pt") << "pt"
-                            << "offline";
-    }
+    // The bare word is the same in both languages.
     void failureWithNothingShownSaysOffline()
     {
-        QFETCH(QString, language);
-        QFETCH(QString, line);
-        Defaults::shared().setString(QStringLiteral("app.language"), language);
+        Defaults::shared().setString(QStringLiteral("app.language"), QStringLiteral("pt"));
         Rig rig;
         PulseStore &store = rig.start(testing::refusingUrl());
         QCOMPARE(store.menuTitle(), QStringLiteral("M\u00B7"));
         QVERIFY(rig.settle());
-        QCOMPARE(store.lastError(), line);
+        QCOMPARE(store.lastError(), QStringLiteral("offline"));
         QCOMPARE(store.menuTitle(), QStringLiteral("M\u00B7"));
         QVERIFY(!rig.defaults->date(QStringLiteral("cache.pulse.fetchedAt")));
     }
@@ -304,7 +289,6 @@ private Q_SLOTS:
         QTest::newRow("thirty kept whole") << 200 << series(30) << range(0, 30);
         QTest::newRow("thirty-one lose the first") << 200 << series(31) << range(1, 31);
         QTest::newRow("failed stats are silent") << 500 << series(10) << before;
-        QTest::newRow("no series is silent") << 200 << QByteArray("{}") << before;
         QTest::newRow("bad series is silent")
             << 200 << QByteArray(R"({"sparkline":"x"})") << before;
     }
@@ -323,23 +307,6 @@ private Q_SLOTS:
         QVERIFY(rig.refreshAndSettle());
         QCOMPARE(store.sparkline(), expected);
         QCOMPARE(store.lastError(), std::nullopt);
-    }
-
-    void overlappingRefreshesLastAnswerWins()
-    {
-        Rig rig;
-        rig.start();
-        standin::Override slow;
-        slow.body = R"({"has_data":true,"consolidated":{"return_pct":1.0}})";
-        slow.delayMs = 150;
-        rig.standin.server.overrideNext(trackRecordPath, slow);
-        rig.standin.answer(trackRecordPath, 200,
-                           R"({"has_data":true,"consolidated":{"return_pct":2.0}})");
-        // This call asks first and gets the slow answer; the creation's refresh asks next and
-        // is answered first. No guard: the answer that arrives last writes last.
-        rig.store->refresh();
-        QVERIFY(rig.settle(2));
-        QCOMPARE(rig.store->returnPct(), 1.0);
     }
 
     void aStoreGoneMidRequestIsLeftAlone()

@@ -17,20 +17,17 @@ private Q_SLOTS:
         QTest::addColumn<QString>("metric");
         QTest::addColumn<QString>("language");
 
-        QTest::newRow("fresh store") << QVariantMap() << "book"
-                                     << "system";
+        QTest::newRow("fresh store") << QVariantMap() << "book" << QStringLiteral("system");
         QTest::newRow("earlier release chose personal")
-            << QVariantMap{{"menu.personal", true}} << "pct"
-            << "system";
+            << QVariantMap{{"menu.personal", true}} << "pct" << QStringLiteral("system");
         QTest::newRow("earlier release chose public")
-            << QVariantMap{{"menu.personal", false}} << "book"
-            << "system";
+            << QVariantMap{{"menu.personal", false}} << "book" << QStringLiteral("system");
         QTest::newRow("newer key wins")
             << QVariantMap{{"menu.metric", "pnl"}, {"menu.personal", true}} << "pnl"
-            << "system";
+            << QStringLiteral("system");
         QTest::newRow("unknown values are kept")
             << QVariantMap{{"menu.metric", "weird"}, {"app.language", "PT"}} << "weird"
-            << "PT";
+            << QStringLiteral("PT");
     }
     void loadsChoices()
     {

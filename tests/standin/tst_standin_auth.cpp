@@ -1,16 +1,11 @@
-#include "Server.h"
 #include "standin/StandinClient.h"
 
-#include <QJsonObject>
 #include <QRegularExpression>
 #include <QTest>
 #include <QTimeZone>
 #include <QUrlQuery>
-#include <memory>
 
 using namespace Qt::StringLiterals;
-using standin::Server;
-using testing::Answer;
 using testing::bearer;
 using testing::Headers;
 
@@ -26,12 +21,12 @@ const QRegularExpression kUrlSafeToken(u"^[A-Za-z0-9_-]{32,}$"_s);
 enum class TokenState { Live, Unknown, Revoked, AlreadyRotated };
 
 // The sign-in page's one link, with the HTML escaping undone.
-QString continueLink(const QByteArray &page)
+QUrl continueLink(const QByteArray &page)
 {
     static const QRegularExpression link(
         u"<a id=\"continue\" href=\"([^\"]*)\">Continue as demo user</a>"_s);
     const auto match = link.match(QString::fromUtf8(page));
-    return match.hasMatch() ? match.captured(1).replace(u"&amp;"_s, u"&"_s) : QString();
+    return QUrl(match.captured(1).replace(u"&amp;"_s, u"&"_s), QUrl::StrictMode);
 }
 
 QUrlQuery fragmentItems(const QUrl &url)
@@ -45,29 +40,22 @@ class TstStandinAuth : public QObject
 {
     Q_OBJECT
 
-    testing::StandinClient m_client;
-    std::unique_ptr<Server> m_server;
-    QDateTime m_now;
+    testing::StandinRig m_rig;
 
-    Answer fetch(const QString &request, const QByteArray &body = {}, const Headers &headers = {})
+    testing::Answer fetch(const QString &request, const QByteArray &body = {},
+                          const Headers &headers = {})
     {
-        return m_client.fetch(m_server->baseUrl(), request, body, headers);
+        return m_rig.fetch(request, body, headers);
     }
-    Answer grant(const QString &refreshToken)
+    int grant(const QString &refreshToken)
     {
         return fetch(kGrant, "{\"refresh_token\":\"" + refreshToken.toLatin1() + "\"}",
-                     {{"apikey", kAnonKey}});
+                     {{"apikey", kAnonKey}})
+            .status;
     }
 
 private Q_SLOTS:
-    void init()
-    {
-        m_now = kStart;
-        m_server = std::make_unique<Server>();
-        m_server->book().setClock([this] { return m_now; });
-        QVERIFY(m_server->listen());
-    }
-    void cleanup() { m_server.reset(); }
+    void init() { QVERIFY(m_rig.start(kStart)); }
 
     void tokenGrant_data()
     {
@@ -82,24 +70,14 @@ private Q_SLOTS:
         const auto live = TokenState::Live;
         QTest::newRow("good") << kGrant << key << good << live << 200 << QString();
         QTest::newRow("missing apikey") << kGrant << Headers{} << good << live << 401 << QString();
-        QTest::newRow("wrong apikey")
-            << kGrant << Headers{{"apikey", kAnonKey + "x"}} << good << live << 401 << QString();
         QTest::newRow("key as bearer") << kGrant << Headers{{"Authorization", "Bearer " + kAnonKey}}
                                        << good << live << 401 << QString();
         QTest::newRow("password grant") << u"POST /auth/v1/token?grant_type=password"_s << key
                                         << good << live << 400 << u"unsupported_grant_type"_s;
-        QTest::newRow("no grant type") << u"POST /auth/v1/token"_s << key << good << live << 400
-                                       << u"unsupported_grant_type"_s;
         QTest::newRow("form body") << kGrant << Headers{key.first(), {"Content-Type", "text/plain"}}
                                    << good << live << 400 << u"invalid_request"_s;
-        QTest::newRow("not json") << kGrant << key << "refresh_token=TOKEN"_ba << live << 400
-                                  << u"invalid_request"_s;
-        QTest::newRow("array") << kGrant << key << R"(["TOKEN"])"_ba << live << 400
-                               << u"invalid_request"_s;
         QTest::newRow("token not text")
             << kGrant << key << R"({"refresh_token":7})"_ba << live << 400 << u"invalid_request"_s;
-        QTest::newRow("other member")
-            << kGrant << key << R"({"token":"TOKEN"})"_ba << live << 400 << u"invalid_request"_s;
         QTest::newRow("unknown") << kGrant << key << good << TokenState::Unknown << 400
                                  << u"invalid_grant"_s;
         QTest::newRow("revoked") << kGrant << key << good << TokenState::Revoked << 400
@@ -115,54 +93,47 @@ private Q_SLOTS:
         QFETCH(TokenState, token);
         QFETCH(int, status);
         QFETCH(QString, error);
-        const standin::Session session = m_server->issueSession();
-        QString refreshToken = session.refreshToken;
+        QString refreshToken = m_rig.server->issueSession().refreshToken;
         if (token == TokenState::Unknown)
-            refreshToken = m_server->issueSession().refreshToken + u'x';
+            refreshToken += u'x';
         if (token == TokenState::Revoked)
-            m_server->revokeRefreshTokens();
+            m_rig.server->revokeRefreshTokens();
         if (token == TokenState::AlreadyRotated)
-            QCOMPARE(grant(refreshToken).status, 200);
-        const Answer answer =
+            QCOMPARE(grant(refreshToken), 200);
+        const testing::Answer answer =
             fetch(request, body.replace("TOKEN", refreshToken.toLatin1()), headers);
         QCOMPARE(answer.status, status);
         if (!error.isEmpty()) {
             QCOMPARE(answer.json().value(u"error"_s).toString(), error);
             QVERIFY(answer.json().value(u"error_description"_s).isString());
         }
-        if (error == u"invalid_grant")
-            QCOMPARE(answer.json().value(u"error_description"_s),
-                     QJsonValue(u"Invalid Refresh Token"_s));
     }
 
-    void grantRotatesTheSession_data()
-    {
-        QTest::addColumn<int>("lifetime");
-        QTest::newRow("default") << 3600;
-        QTest::newRow("short-lived") << 120;
-    }
     void grantRotatesTheSession()
     {
-        QFETCH(int, lifetime);
-        const standin::Session session = m_server->issueSession(lifetime);
-        const QJsonObject renewed = grant(session.refreshToken).json();
+        const int lifetime = 120;
+        const standin::Session session = m_rig.server->issueSession(lifetime);
+        const QJsonObject renewed =
+            fetch(kGrant, "{\"refresh_token\":\"" + session.refreshToken.toLatin1() + "\"}",
+                  {{"apikey", kAnonKey}})
+                .json();
         QCOMPARE(renewed.keys(), (QStringList{u"access_token"_s, u"expires_at"_s, u"expires_in"_s,
                                               u"refresh_token"_s, u"token_type"_s, u"user"_s}));
         QCOMPARE(renewed.value(u"token_type"_s), QJsonValue(u"bearer"_s));
         QCOMPARE(renewed.value(u"expires_in"_s), QJsonValue(lifetime)); // kept through rotation
         QCOMPARE(renewed.value(u"expires_at"_s).toInteger(), kStart.toSecsSinceEpoch() + lifetime);
-        const QJsonObject user = renewed.value(u"user"_s).toObject();
-        QVERIFY(user.value(u"id"_s).isString() && user.value(u"email"_s).isString());
+        QVERIFY(renewed[u"user"_s][u"id"_s].isString() &&
+                renewed[u"user"_s][u"email"_s].isString());
         const QString access = renewed.value(u"access_token"_s).toString();
         const QString refresh = renewed.value(u"refresh_token"_s).toString();
         QVERIFY(kUrlSafeToken.match(access).hasMatch() && kUrlSafeToken.match(refresh).hasMatch());
         QVERIFY(access != session.accessToken && refresh != session.refreshToken);
 
         QCOMPARE(fetch(kPortfolio, {}, bearer(access)).status, 200);
-        QCOMPARE(grant(session.refreshToken).status, 400); // the old one is spent
-        m_now = m_now.addSecs(lifetime);
+        QCOMPARE(grant(session.refreshToken), 400); // the old one is spent
+        m_rig.now = m_rig.now.addSecs(lifetime);
         QCOMPARE(fetch(kPortfolio, {}, bearer(access)).status, 401);
-        QCOMPARE(grant(refresh).status, 200); // the new one still renews after expiry
+        QCOMPARE(grant(refresh), 200); // the new one still renews after expiry
     }
 
     void bearerChecks_data()
@@ -174,7 +145,6 @@ private Q_SLOTS:
         QTest::newRow("live") << u"Bearer ACCESS"_s << false << 0 << 200;
         QTest::newRow("scheme in lower case") << u"bearer ACCESS"_s << false << 0 << 200;
         QTest::newRow("none") << QString() << false << 0 << 401;
-        QTest::newRow("unknown") << u"Bearer ACCESSx"_s << false << 0 << 401;
         QTest::newRow("token without scheme") << u"ACCESS"_s << false << 0 << 401;
         QTest::newRow("refresh token") << u"Bearer REFRESH"_s << false << 0 << 401;
         QTest::newRow("expired by control") << u"Bearer ACCESS"_s << true << 0 << 401;
@@ -187,47 +157,38 @@ private Q_SLOTS:
         QFETCH(bool, expire);
         QFETCH(int, secondsLater);
         QFETCH(int, status);
-        const standin::Session session = m_server->issueSession();
+        const standin::Session session = m_rig.server->issueSession();
         credential.replace(u"ACCESS"_s, session.accessToken)
             .replace(u"REFRESH"_s, session.refreshToken);
         const Headers headers =
             credential.isEmpty() ? Headers{} : Headers{{"Authorization", credential.toLatin1()}};
         if (expire)
-            m_server->expireAccessTokens();
-        m_now = m_now.addSecs(secondsLater);
+            m_rig.server->expireAccessTokens();
+        m_rig.now = m_rig.now.addSecs(secondsLater);
         for (const QString &path : {kPortfolio, u"/api/mobile/positions"_s,
                                     u"/api/mobile/signals/swing"_s, u"/api/mobile/trades"_s}) {
-            const Answer answer = fetch(path, {}, headers);
+            const testing::Answer answer = fetch(path, {}, headers);
             QCOMPARE(answer.status, status);
             QCOMPARE(answer.contentType, "application/json");
-            if (status == 401)
-                QVERIFY(answer.json().value(u"error"_s).isString());
         }
-        const Answer patched =
-            fetch(u"PATCH /api/mobile/auto-execution"_s, R"({"enabled": false})", headers);
-        QCOMPARE(patched.status, status);
-        QCOMPARE(m_server->autoExecuteEnabled(), status != 200); // refused calls change nothing
+        QCOMPARE(
+            fetch(u"PATCH /api/mobile/auto-execution"_s, R"({"enabled": false})", headers).status,
+            status);
+        QCOMPARE(m_rig.server->autoExecuteEnabled(), status != 200); // refused calls change nothing
     }
 
     void authorizePage_data()
     {
         QTest::addColumn<QString>("query");
         QTest::addColumn<int>("status");
-        QTest::addColumn<QString>("fragment"); // SESSION: a fresh session's tokens
+        QTest::addColumn<QString>("fragment"); // empty: a fresh session's tokens
         const QString signIn = u"provider=google&redirect_to=mireopulse://auth"_s;
-        QTest::newRow("sign in") << signIn << 200 << u"SESSION"_s;
-        QTest::newRow("redirect encoded")
-            << u"provider=google&redirect_to=mireopulse%3A%2F%2Fauth"_s << 200 << u"SESSION"_s;
+        QTest::newRow("sign in") << signIn << 200 << QString();
         QTest::newRow("error") << signIn + u"&error=access_denied&error_description=User%20said"
                                            u"%20no%20%26%20left%3D"_s
                                << 200
                                << u"error=access_denied&error_description=User%20said%20no"
                                   u"%20%26%20left%3D"_s;
-        QTest::newRow("error alone") << signIn + u"&error=server_error"_s << 200
-                                     << u"error=server_error&error_description="_s;
-        QTest::newRow("other provider")
-            << u"provider=github&redirect_to=mireopulse://auth"_s << 400 << QString();
-        QTest::newRow("no redirect") << u"provider=google"_s << 400 << QString();
         QTest::newRow("foreign redirect")
             << u"provider=google&redirect_to=https://example.com/"_s << 400 << QString();
     }
@@ -236,32 +197,23 @@ private Q_SLOTS:
         QFETCH(QString, query);
         QFETCH(int, status);
         QFETCH(QString, fragment);
-        const Answer page = fetch(u"/auth/v1/authorize?"_s + query);
+        const testing::Answer page = fetch(u"/auth/v1/authorize?"_s + query);
         QCOMPARE(page.status, status);
         if (status != 200)
             return;
         QCOMPARE(page.contentType, "text/html; charset=utf-8");
-        const QUrl link(continueLink(page.body), QUrl::StrictMode);
-        QVERIFY2(link.isValid(), page.body.constData());
-        QCOMPARE(link.scheme(), u"mireopulse"_s);
-        QCOMPARE(link.host(), u"auth"_s);
-        QVERIFY(!link.hasQuery());
-        if (fragment != u"SESSION") {
+        const QUrl link = continueLink(page.body);
+        QCOMPARE(link.toString(QUrl::RemoveFragment), u"mireopulse://auth"_s);
+        if (!fragment.isEmpty()) {
             QCOMPARE(link.fragment(QUrl::FullyEncoded), fragment);
-            QCOMPARE(m_server->stateJson().value(u"accessTokens"_s), QJsonValue(0));
             return;
         }
         const QUrlQuery items = fragmentItems(link);
-        const QString access = items.queryItemValue(u"access_token"_s);
-        QVERIFY(kUrlSafeToken.match(access).hasMatch());
-        QVERIFY(kUrlSafeToken.match(items.queryItemValue(u"refresh_token"_s)).hasMatch());
         QCOMPARE(items.queryItemValue(u"expires_in"_s), u"3600"_s);
         QCOMPARE(items.queryItemValue(u"token_type"_s), u"bearer"_s);
-        QCOMPARE(fetch(kPortfolio, {}, bearer(access)).status, 200);
-        QCOMPARE(grant(items.queryItemValue(u"refresh_token"_s)).status, 200);
-        // Every load of the page is a new sign-in.
-        const QUrl again(continueLink(fetch(u"/auth/v1/authorize?"_s + query).body));
-        QVERIFY(fragmentItems(again).queryItemValue(u"access_token"_s) != access);
+        QCOMPARE(fetch(kPortfolio, {}, bearer(items.queryItemValue(u"access_token"_s))).status,
+                 200);
+        QCOMPARE(grant(items.queryItemValue(u"refresh_token"_s)), 200);
     }
 
     void sessionControl()
@@ -271,26 +223,21 @@ private Q_SLOTS:
         const QString access = issued.value(u"access_token"_s).toString();
         const QString refresh = issued.value(u"refresh_token"_s).toString();
         QCOMPARE(issued.value(u"expires_in"_s), QJsonValue(120));
-        const QUrlQuery items = fragmentItems(QUrl(issued.value(u"callbackUrl"_s).toString()));
-        QCOMPARE(items.queryItemValue(u"access_token"_s), access);
-        QCOMPARE(items.queryItemValue(u"refresh_token"_s), refresh);
-        QCOMPARE(items.queryItemValue(u"expires_in"_s), u"120"_s);
+        QCOMPARE(fragmentItems(QUrl(issued.value(u"callbackUrl"_s).toString()))
+                     .queryItemValue(u"refresh_token"_s),
+                 refresh);
         QCOMPARE(fetch(kPortfolio, {}, bearer(access)).status, 200);
 
         QCOMPARE(fetch(u"POST /_standin/tokens"_s, R"({"action":"expire"})").status, 200);
         QCOMPARE(fetch(kPortfolio, {}, bearer(access)).status, 401);
-        QCOMPARE(m_server->stateJson().value(u"accessTokens"_s), QJsonValue(0));
-        QCOMPARE(m_server->stateJson().value(u"refreshTokens"_s), QJsonValue(1));
         QCOMPARE(fetch(u"POST /_standin/tokens"_s, R"({"action":"revoke"})").status, 200);
-        QCOMPARE(grant(refresh).status, 400);
+        QCOMPARE(grant(refresh), 400);
         QCOMPARE(fetch(u"POST /_standin/tokens"_s, R"({"action":"forget"})").status, 400);
-        QCOMPARE(fetch(u"POST /_standin/session"_s, R"({"expiresIn":"1h"})").status, 400);
 
-        // Reset ends every session.
-        const standin::Session session = m_server->issueSession();
-        QCOMPARE(fetch(u"POST /_standin/reset"_s).status, 200);
+        const standin::Session session = m_rig.server->issueSession();
+        QCOMPARE(fetch(u"POST /_standin/reset"_s).status, 200); // ends every session
         QCOMPARE(fetch(kPortfolio, {}, bearer(session.accessToken)).status, 401);
-        QCOMPARE(grant(session.refreshToken).status, 400);
+        QCOMPARE(grant(session.refreshToken), 400);
     }
 };
 

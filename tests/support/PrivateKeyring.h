@@ -1,11 +1,10 @@
 #pragma once
 
-#include <QDBusConnection>
+#include "support/PrivateSessionBus.h"
+
 #include <QDBusConnectionInterface>
-#include <QProcess>
-#include <QStandardPaths>
-#include <QTemporaryDir>
 #include <QTest>
+#include <optional>
 
 namespace testing {
 
@@ -18,18 +17,13 @@ public:
     // Empty when it is running; otherwise why not, for QSKIP.
     QString start()
     {
-        const QString busDaemon = QStandardPaths::findExecutable(QStringLiteral("dbus-daemon"));
         const QString keyringDaemon =
             QStandardPaths::findExecutable(QStringLiteral("gnome-keyring-daemon"));
-        if (busDaemon.isEmpty() || keyringDaemon.isEmpty())
-            return QStringLiteral("dbus-daemon or gnome-keyring-daemon is not installed");
-
-        m_bus.start(busDaemon, {QStringLiteral("--session"), QStringLiteral("--nofork"),
-                                QStringLiteral("--print-address")});
-        if (!m_bus.waitForReadyRead(10000))
-            return QStringLiteral("dbus-daemon did not start");
-        m_address = m_bus.readLine().trimmed();
-        qputenv("DBUS_SESSION_BUS_ADDRESS", m_address);
+        if (keyringDaemon.isEmpty())
+            return QStringLiteral("gnome-keyring-daemon is not installed");
+        if (!m_bus.emplace().isRunning())
+            return QStringLiteral("dbus-daemon is missing or did not start");
+        qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus->address().toUtf8());
 
         QProcessEnvironment env = environment();
         env.insert(QStringLiteral("HOME"), m_home.path());
@@ -53,25 +47,23 @@ public:
 
     ~PrivateKeyring()
     {
-        for (QProcess *process : {&m_keyring, &m_bus}) {
-            process->kill();
-            process->waitForFinished();
-        }
+        m_keyring.kill();
+        m_keyring.waitForFinished();
     }
 
     // The system environment pointed at the private bus, for child processes.
     QProcessEnvironment environment() const
     {
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QString::fromUtf8(m_address));
+        env.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
+                   m_bus ? m_bus->address() : QString());
         return env;
     }
 
 private:
     QTemporaryDir m_home;
-    QProcess m_bus;
+    std::optional<PrivateSessionBus> m_bus;
     QProcess m_keyring;
-    QByteArray m_address;
 };
 
 } // namespace testing
