@@ -24,7 +24,10 @@ public:
         QProcessEnvironment env = m_base;
         env.insert(QStringLiteral("MIREO_SITE_URL"), service.toString());
         env.insert(QStringLiteral("MIREO_SUPABASE_URL"), service.toString());
+        // Everything it might write lands in one folder a test can search.
         env.insert(QStringLiteral("XDG_CONFIG_HOME"), m_config.path());
+        env.insert(QStringLiteral("XDG_CACHE_HOME"), m_config.filePath(QStringLiteral("cache")));
+        env.insert(QStringLiteral("XDG_DATA_HOME"), m_config.filePath(QStringLiteral("data")));
         env.insert(QStringLiteral("LC_ALL"), QStringLiteral("C"));
         env.insert(QStringLiteral("LANG"), QStringLiteral("C"));
         env.remove(QStringLiteral("LANGUAGE"));
@@ -32,6 +35,7 @@ public:
     }
 
     QString program() const { return QStringLiteral(MIREO_PULSE_BINARY); }
+    QString folder() const { return m_config.path(); }
     QString settingsPath() const { return m_config.filePath(QStringLiteral("mireo/pulse.conf")); }
 
     ProcessRun run(const QUrl &service, const QStringList &arguments) const
