@@ -7,10 +7,12 @@
 #include <QMetaMethod>
 
 AppCore::AppCore(Defaults &defaults, const net::Clock &clock, SecretStore &secrets,
-                 Browser &browser, const AuthStore::Endpoints &endpoints, QObject *parent)
+                 Browser &browser, Notifier &notifier, const AuthStore::Endpoints &endpoints,
+                 QObject *parent)
     : QObject(parent), m_http(QByteArray(MireoConfig::userAgent)),
       m_pulse(m_http, defaults, clock, endpoints.site),
-      m_auth(m_http, defaults, clock, secrets, browser, endpoints)
+      m_auth(m_http, defaults, clock, secrets, browser, endpoints),
+      m_notifications(notifier, defaults), m_poll(m_auth, clock)
 {
     relayChangesOf(m_pulse);
     relayChangesOf(m_auth);
@@ -28,6 +30,17 @@ void AppCore::relayChangesOf(QObject &source)
             signal.name().endsWith("Changed"))
             connect(&source, signal, this, relay);
     }
+}
+
+void AppCore::startAccountCycle()
+{
+    m_notifications.requestPermission();
+    m_poll.start(MireoConfig::accountPollInterval());
+    // The store restores the session by itself at start-up; the first check follows it.
+    connect(
+        &m_auth, &AuthStore::restoreFinished, this, [this] { m_notifications.check(m_auth); },
+        Qt::SingleShotConnection);
+    connect(&m_poll, &AccountPoll::accountLoaded, this, [this] { m_notifications.check(m_auth); });
 }
 
 QString AppCore::menuTitle() const

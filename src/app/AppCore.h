@@ -1,12 +1,15 @@
 #pragma once
 
 #include "account/AuthStore.h"
+#include "app/AccountPoll.h"
 #include "net/HttpClient.h"
+#include "notify/NotificationStore.h"
 #include "pulse/PulseStore.h"
 
 #include <QObject>
 
 class Browser;
+class Notifier;
 class Defaults;
 class SecretStore;
 namespace net {
@@ -20,11 +23,17 @@ class AppCore : public QObject
     Q_OBJECT
 public:
     AppCore(Defaults &defaults, const net::Clock &clock, SecretStore &secrets, Browser &browser,
-            const AuthStore::Endpoints &endpoints, QObject *parent = nullptr);
+            Notifier &notifier, const AuthStore::Endpoints &endpoints, QObject *parent = nullptr);
 
     net::HttpClient &http() { return m_http; }
     PulseStore &pulse() { return m_pulse; }
     AuthStore &auth() { return m_auth; }
+    NotificationStore &notifications() { return m_notifications; }
+
+    // The account's life while the app runs: asks to notify, polls the account every minute
+    // (every fifth outside market hours) and checks for news after the launch restore and after
+    // every poll. The one-shot surfaces never start it.
+    void startAccountCycle();
 
     // The panel title for the chosen metric.
     QString menuTitle() const;
@@ -41,4 +50,6 @@ private:
     net::HttpClient m_http;
     PulseStore m_pulse;
     AuthStore m_auth;
+    NotificationStore m_notifications;
+    AccountPoll m_poll;
 };

@@ -1,7 +1,5 @@
 #include "app/Follow.h"
 
-#include "app/AccountPoll.h"
-#include "net/Clock.h"
 #include "settings/Defaults.h"
 
 #include <QCoreApplication>
@@ -11,7 +9,6 @@ int runFollow(HeadlessOutput output)
 {
     HeadlessServices services;
     AppCore &core = services.core;
-    AccountPoll poll(core.auth(), net::Clock::system());
 
     // Changes are announced before the values settle and often several at once: print from
     // the next turn of the event loop, and only what differs from the last line.
@@ -30,6 +27,6 @@ int runFollow(HeadlessOutput output)
     });
     QObject::connect(&core, &AppCore::changed, &nextTurn, qOverload<>(&QTimer::start));
     nextTurn.start();
-    poll.start();
+    core.startAccountCycle();
     return QCoreApplication::exec();
 }

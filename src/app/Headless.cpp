@@ -29,7 +29,7 @@ SecretStore &withTokenLoaded(KeychainSecretStore &secrets)
 
 HeadlessServices::HeadlessServices()
     : secrets(MireoConfig::keychainService()),
-      core(Defaults::shared(), net::Clock::system(), withTokenLoaded(secrets), browser,
+      core(Defaults::shared(), net::Clock::system(), withTokenLoaded(secrets), browser, notifier,
            builtInEndpoints())
 {
 }
@@ -47,23 +47,27 @@ AuthStore::Endpoints builtInEndpoints()
     return {MireoConfig::siteURL(), MireoConfig::supabaseURL(), MireoConfig::supabaseAnonKey()};
 }
 
-int runHeadless(HeadlessOutput output)
+void afterFirstLoad(AppCore &core, std::function<void()> then)
 {
-    HeadlessServices services;
-    AppCore &core = services.core;
-
-    // Prints once both the first public refresh and the session restore have finished.
-    int waiting = 2;
-    const auto finishOne = [&] {
-        if (--waiting > 0)
-            return;
-        printLine(headlessLine(output, core));
-        Defaults::shared().sync();
-        QCoreApplication::exit(0);
+    auto waiting = std::make_shared<int>(2);
+    const auto finishOne = [waiting, then = std::move(then)] {
+        if (--*waiting == 0)
+            then();
     };
     QObject::connect(&core.pulse(), &PulseStore::refreshFinished, &core, finishOne,
                      Qt::SingleShotConnection);
     QObject::connect(&core.auth(), &AuthStore::restoreFinished, &core, finishOne,
                      Qt::SingleShotConnection);
+}
+
+int runHeadless(HeadlessOutput output)
+{
+    HeadlessServices services;
+    AppCore &core = services.core;
+    afterFirstLoad(core, [&core, output] {
+        printLine(headlessLine(output, core));
+        Defaults::shared().sync();
+        QCoreApplication::exit(0);
+    });
     return QCoreApplication::exec();
 }

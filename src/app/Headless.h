@@ -3,7 +3,10 @@
 #include "account/AuthStore.h"
 #include "app/AppCore.h"
 #include "app/DesktopBrowser.h"
+#include "platform/linux/FreedesktopNotifier.h"
 #include "platform/linux/KeychainSecretStore.h"
+
+#include <functional>
 
 enum class HeadlessOutput { Title, StatusJson };
 
@@ -22,8 +25,13 @@ struct HeadlessServices
     HeadlessServices();
     KeychainSecretStore secrets;
     DesktopBrowser browser;
+    FreedesktopNotifier notifier;
     AppCore core;
 };
+
+// Calls `then` once both the first public refresh (statistics included) and the session
+// restore (account load included) have finished.
+void afterFirstLoad(AppCore &core, std::function<void()> then);
 
 // What the surfaces print: the title, or the status JSON object on one line.
 QByteArray headlessLine(HeadlessOutput output, AppCore &core);

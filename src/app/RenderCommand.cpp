@@ -1,10 +1,7 @@
 #include "app/RenderCommand.h"
 
-#include "app/AppCore.h"
-#include "app/DesktopBrowser.h"
 #include "app/Headless.h"
 #include "net/Clock.h"
-#include "platform/linux/KeychainSecretStore.h"
 #include "platform/linux/XdgAutostart.h"
 #include "settings/AppSettings.h"
 #include "settings/Defaults.h"
@@ -63,21 +60,15 @@ int runRenderCommand(int argc, char *argv[])
     parser.addHelpOption();
     parser.process(app);
 
-    KeychainSecretStore secrets(MireoConfig::keychainService());
-    secrets.preload(QString::fromLatin1(AuthStore::refreshTokenKey));
-    DesktopBrowser browser;
-    AppCore core(Defaults::shared(), net::Clock::system(), secrets, browser, builtInEndpoints());
+    HeadlessServices services;
+    AppCore &core = services.core;
     XdgAutostart loginItem(QCoreApplication::applicationFilePath());
-
-    // Renders once the first public refresh and the session restore have both finished.
-    int waiting = 2;
-    const auto finishOne = [&] {
-        if (--waiting > 0)
-            return;
+    afterFirstLoad(core, [&] {
         bool written = true;
         if (parser.isSet(popover)) {
             ui::PulseMenuView view({core.pulse(), core.auth(), AppSettings::shared(), loginItem,
-                                    browser, net::Clock::system(), MireoConfig::siteURL()});
+                                    services.browser, net::Clock::system(),
+                                    MireoConfig::siteURL()});
             written = render(view, parser.value(popover)) && written;
         }
         if (parser.isSet(onboarding)) {
@@ -86,10 +77,6 @@ int runRenderCommand(int argc, char *argv[])
         }
         Defaults::shared().sync();
         QCoreApplication::exit(written ? 0 : 1);
-    };
-    QObject::connect(&core.pulse(), &PulseStore::refreshFinished, &core, finishOne,
-                     Qt::SingleShotConnection);
-    QObject::connect(&core.auth(), &AuthStore::restoreFinished, &core, finishOne,
-                     Qt::SingleShotConnection);
+    });
     return QApplication::exec();
 }

@@ -1,3 +1,4 @@
+#include "app/DesktopMode.h"
 #include "app/Follow.h"
 #include "app/Headless.h"
 #include "app/RenderCommand.h"
@@ -6,7 +7,6 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
-#include <cstdio>
 
 int main(int argc, char *argv[])
 {
@@ -15,6 +15,8 @@ int main(int argc, char *argv[])
     QCoreApplication::setApplicationVersion(QStringLiteral("0.1.0"));
     if (isRenderCommand(argc, argv))
         return runRenderCommand(argc, argv);
+    if (!isHeadlessCommand(argc, argv))
+        return runDesktop(argc, argv);
     QCoreApplication app(argc, argv);
 
     QCommandLineParser parser;
@@ -59,8 +61,5 @@ int main(int argc, char *argv[])
     if (parser.isSet(printTitle))
         return runHeadless(HeadlessOutput::Title);
 
-    std::fputs("mireo-pulse: the desktop shell is not part of this build yet; "
-               "use --print-title or --status-json.\n",
-               stderr);
-    return 2;
+    return 0;
 }

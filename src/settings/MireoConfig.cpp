@@ -44,4 +44,14 @@ QString keychainService()
     return QStringLiteral(MIREO_BUILD_KEYCHAIN_SERVICE);
 }
 
+std::chrono::milliseconds accountPollInterval()
+{
+    constexpr std::chrono::milliseconds minute{60'000};
+    if (!MIREO_ALLOW_ENDPOINT_OVERRIDE)
+        return minute;
+    bool ok = false;
+    const int shortened = qEnvironmentVariableIntValue("MIREO_POLL_INTERVAL_MS", &ok);
+    return ok && shortened > 0 ? std::chrono::milliseconds(shortened) : minute;
+}
+
 } // namespace MireoConfig

@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QString>
 #include <QUrl>
+#include <chrono>
 
 // The fixed endpoints and identity of this build.
 namespace MireoConfig {
@@ -18,5 +19,9 @@ const QUrl &supabaseURL();
 QByteArray supabaseAnonKey();
 // The keychain service the refresh token is filed under.
 QString keychainService();
+
+// How often the shell polls the account: a minute. Development builds let
+// MIREO_POLL_INTERVAL_MS shorten it, so end-to-end tests need not wait minutes.
+std::chrono::milliseconds accountPollInterval();
 
 } // namespace MireoConfig

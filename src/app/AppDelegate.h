@@ -1,0 +1,53 @@
+#pragma once
+
+#include "app/Headless.h"
+#include "app/PulseSurfaces.h"
+#include "app/Updates.h"
+#include "platform/linux/QtScreen.h"
+#include "platform/linux/XdgAutostart.h"
+
+#include <QPointer>
+#include <QTimer>
+#include <memory>
+
+class HotKey;
+class StatusItem;
+class QWidget;
+
+// The desktop app: owns the services, the panel item, the popover and the quick panel, and
+// starts them in their fixed order. Lives for the whole process.
+class AppDelegate : public QObject
+{
+    Q_OBJECT
+public:
+    explicit AppDelegate(QObject *parent = nullptr);
+    ~AppDelegate() override;
+
+    // The launch sequence: panel item, surfaces, title, notifications, polling, hot key,
+    // first-run window, notch check and probe.
+    void didFinishLaunching();
+
+    // A mireopulse: URL, from our command line or a later launch.
+    void handleUrl(const QString &url);
+    void toggleQuickPanel();
+
+    QString menuTitle() const { return m_services.core.menuTitle(); }
+    AppCore &core() { return m_services.core; }
+
+private:
+    QWidget *makePulseView();
+    void updateTitle();
+    void maybeShowOnboarding();
+    void showUpdateNotice(const UpdateNotice &notice);
+
+    HeadlessServices m_services;
+    UpdateChecker m_updater;
+    XdgAutostart m_loginItem;
+    QtScreen m_screens;
+    std::unique_ptr<StatusItem> m_statusItem;
+    PulseSurfaces m_surfaces;
+    HotKey *m_hotKey = nullptr;
+    QPointer<QWidget> m_onboardingWindow;
+    // Coalesces the change announcements of a turn into one title update on the next turn.
+    QTimer m_titleTimer;
+};
