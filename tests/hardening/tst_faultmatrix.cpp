@@ -283,7 +283,8 @@ private Q_SLOTS:
         QVERIFY(settings.contains(u"cache.pulse.returnPct"_s));
         QCOMPARE(settings.contains(u"cache.portfolio.json"_s), !deadSession);
 
-        m_primed = !failed;
+        // A failure leaves the good state behind, except a dead session that took the cache along.
+        m_primed = !deadSession;
         m_matrix[endpoint][fault] = u"ok"_s;
     }
 
