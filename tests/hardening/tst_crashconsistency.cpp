@@ -8,9 +8,11 @@
 #include "support/StandinFixture.h"
 
 #include <QDBusConnection>
+#include <QElapsedTimer>
 #include <QJsonObject>
 #include <QRandomGenerator>
 #include <QTest>
+#include <QThread>
 #include <cstdio>
 
 using namespace Qt::StringLiterals;
@@ -18,7 +20,8 @@ using namespace Qt::StringLiterals;
 // kill -9 of a live `mireo-pulse --follow` at random moments, while the book moves and new
 // decisions and fills arrive: whatever moment it dies at, the settings file parses, the caches
 // are whole, and no notification is ever announced twice. MIREO_CRASH_ROUNDS sets the number
-// of rounds, MIREO_CRASH_SEED the random moments.
+// of rounds, MIREO_CRASH_SEED the random moments, MIREO_RENEWAL_REPEATS the kills per moment
+// after a token renewal.
 class TestCrashConsistency : public QObject
 {
     Q_OBJECT
@@ -32,6 +35,18 @@ class TestCrashConsistency : public QObject
         bool ok = false;
         const int value = qEnvironmentVariableIntValue(name, &ok);
         return ok && value > 0 ? value : fallback;
+    }
+
+    // A store of its own each time: one that lives on remembers what it read, and writes only
+    // reach the keychain for sure when it is gone.
+    bool hasSession() const
+    {
+        return KeychainSecretStore(MireoConfig::keychainService()).read(m_key).has_value();
+    }
+    void storeSession(testing::StandinFixture &standin)
+    {
+        KeychainSecretStore(MireoConfig::keychainService())
+            .replace(m_key, standin.server.issueSession().refreshToken);
     }
 
 private Q_SLOTS:
@@ -54,15 +69,14 @@ private Q_SLOTS:
         // Account loads and notification checks every half second or so, not every minute.
         env.insert(u"MIREO_POLL_INTERVAL_MS"_s, u"100"_s);
         testing::PulseBinary binary(env);
-        KeychainSecretStore keychain(MireoConfig::keychainService());
         const QDateTime start = QDateTime::currentDateTimeUtc().addDays(1);
 
         int failures = 0, sessionsLost = 0, withPortfolio = 0;
         QStringList problemsSeen;
         for (int round = 0; round < rounds; ++round) {
-            if (!keychain.read(m_key)) {
+            if (!hasSession()) {
                 sessionsLost += round > 0;
-                keychain.replace(m_key, standin.server.issueSession().refreshToken);
+                storeSession(standin);
             }
             // Something new to announce in every round.
             const QString when = start.addSecs(round).toString(Qt::ISODateWithMs);
@@ -113,6 +127,61 @@ private Q_SLOTS:
         std::fflush(stdout);
         QVERIFY2(problemsSeen.isEmpty(), qPrintable(problemsSeen.join(u"\n"_s)));
         QVERIFY(!m_notifications.calls.isEmpty());
+    }
+
+    // The one moment a kill can cost more than a cache: the service has rotated the refresh
+    // token and the new one is not yet in the keychain. Kills just after the token answer show
+    // how long that window is; once it has passed, a kill never loses the session.
+    void killsDuringRenewal()
+    {
+        testing::StandinFixture standin;
+        testing::PulseBinary binary(m_keyring.environment());
+        const auto tokenAnswered = [&standin] {
+            for (const auto &request : standin.server.requests())
+                if (request.path == u"/auth/v1/token"_s)
+                    return true;
+            return false;
+        };
+
+        const int repeats = fromEnvironment("MIREO_RENEWAL_REPEATS", 1);
+        QStringList figures;
+        int lostLate = 0;
+        for (const int delayMs : {0, 2, 5, 10, 20, 50, 100, 200, 500}) {
+            int lost = 0;
+            for (int repeat = 0; repeat < repeats; ++repeat) {
+                if (!hasSession())
+                    storeSession(standin);
+                standin.server.clearRequests();
+                QProcess follow;
+                follow.setProcessEnvironment(binary.environment(standin.url()));
+                follow.start(binary.program(), {u"--follow"_s});
+                QVERIFY(follow.waitForStarted());
+                // The stand-in answers inside the event loop: stop the moment it has.
+                QElapsedTimer waited;
+                waited.start();
+                while (!tokenAnswered() && waited.elapsed() < 10000)
+                    QCoreApplication::processEvents(QEventLoop::AllEvents, 1);
+                QVERIFY(tokenAnswered());
+                QThread::msleep(ulong(delayMs));
+                follow.kill();
+                QVERIFY(follow.waitForFinished(5000));
+
+                const QStringList problems = testing::settingsProblems(binary.settingsPath());
+                QVERIFY2(problems.isEmpty(), qPrintable(problems.join(u"; "_s)));
+                // The next start tells whether the session survived.
+                const QJsonObject status = binary.status(standin.url());
+                QVERIFY(!status.isEmpty());
+                if (status[u"account"_s][u"signedIn"_s] != true) {
+                    ++lost;
+                    lostLate += delayMs >= 500;
+                }
+            }
+            figures += u"%1 ms: %2/%3 lost"_s.arg(delayMs).arg(lost).arg(repeats);
+        }
+        std::fprintf(stdout, "kills after the token answer: %s\n",
+                     qPrintable(figures.join(u", "_s)));
+        std::fflush(stdout);
+        QCOMPARE(lostLate, 0);
     }
 };
 
