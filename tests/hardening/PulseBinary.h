@@ -1,0 +1,60 @@
+#pragma once
+
+#include "support/ProcessRun.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcessEnvironment>
+#include <QTemporaryDir>
+#include <QUrl>
+
+namespace testing {
+
+// The real mireo-pulse pointed at a service, with a settings folder of its own and English texts.
+class PulseBinary
+{
+public:
+    explicit PulseBinary(QProcessEnvironment base = QProcessEnvironment::systemEnvironment())
+        : m_base(std::move(base))
+    {
+    }
+
+    QProcessEnvironment environment(const QUrl &service) const
+    {
+        QProcessEnvironment env = m_base;
+        env.insert(QStringLiteral("MIREO_SITE_URL"), service.toString());
+        env.insert(QStringLiteral("MIREO_SUPABASE_URL"), service.toString());
+        // Everything it might write lands in one folder a test can search.
+        env.insert(QStringLiteral("XDG_CONFIG_HOME"), m_config.path());
+        env.insert(QStringLiteral("XDG_CACHE_HOME"), m_config.filePath(QStringLiteral("cache")));
+        env.insert(QStringLiteral("XDG_DATA_HOME"), m_config.filePath(QStringLiteral("data")));
+        env.insert(QStringLiteral("LC_ALL"), QStringLiteral("C"));
+        env.insert(QStringLiteral("LANG"), QStringLiteral("C"));
+        env.remove(QStringLiteral("LANGUAGE"));
+        return env;
+    }
+
+    QString program() const { return QStringLiteral(MIREO_PULSE_BINARY); }
+    QString folder() const { return m_config.path(); }
+    QString settingsPath() const { return m_config.filePath(QStringLiteral("mireo/pulse.conf")); }
+
+    ProcessRun run(const QUrl &service, const QStringList &arguments) const
+    {
+        return runToEnd(program(), arguments, environment(service));
+    }
+
+    // --status-json, parsed; an empty object when the run failed.
+    QJsonObject status(const QUrl &service, ProcessRun *result = nullptr) const
+    {
+        const ProcessRun run = this->run(service, {QStringLiteral("--status-json")});
+        if (result)
+            *result = run;
+        return run.exitCode == 0 ? QJsonDocument::fromJson(run.out).object() : QJsonObject();
+    }
+
+private:
+    QProcessEnvironment m_base;
+    QTemporaryDir m_config;
+};
+
+} // namespace testing

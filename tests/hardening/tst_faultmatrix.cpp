@@ -1,0 +1,316 @@
+#include "PulseBinary.h"
+#include "SettingsCheck.h"
+#include "account/AuthStore.h"
+#include "platform/linux/KeychainSecretStore.h"
+#include "settings/MireoConfig.h"
+#include "support/PrivateKeyring.h"
+#include "support/StandinFixture.h"
+
+#include <QJsonArray>
+#include <QTest>
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+enum class Endpoint { TrackRecord, Stats, Token, Portfolio, Swing, Positions };
+enum class Fault {
+    Good,
+    NoContent,
+    Moved,
+    BadRequest,
+    Unauthorized,
+    NotFound,
+    ServerError,
+    Unavailable,
+    Slow,
+    Dropped,
+    NotJson,
+    WrongTypes,
+    Empty,
+    Huge
+};
+
+struct EndpointCase
+{
+    Endpoint endpoint;
+    const char *path;
+    // A body that would decode and show if a failed answer were ever read.
+    QByteArray decoy;
+    QByteArray wrongTypes;
+    int timeoutMs;
+};
+
+const QList<EndpointCase> endpoints = {
+    {Endpoint::TrackRecord, "/api/public/track-record",
+     R"({"has_data":true,"consolidated":{"return_pct":99.9,"return_vs_spy_pct":9.9},"accounts":[{"positions":99}],"last_update":"2025-03-07T14:30:05.123Z"})",
+     R"({"has_data":"yes","consolidated":{"return_pct":"99.9"}})", 10000},
+    {Endpoint::Stats, "/api/public/stats", R"({"sparkline":[99,99,99,99]})",
+     R"({"sparkline":"1,2,3"})", 8000},
+    {Endpoint::Token, "/auth/v1/token",
+     R"({"access_token":"decoy-access","refresh_token":"decoy-refresh","expires_in":3600,"token_type":"bearer"})",
+     R"({"access_token":12,"refresh_token":["x"]})", 10000},
+    {Endpoint::Portfolio, "/api/mobile/portfolio",
+     R"({"plan":"decoy","accounts":[],"totals":{"equity":99.9}})", R"({"accounts":"none"})", 10000},
+    {Endpoint::Swing, "/api/mobile/signals/swing",
+     R"({"decidedAt":"2025-03-07T14:15:00.000Z","signals":[{"symbol":"DECOY"}]})",
+     R"({"decidedAt":5,"signals":[]})", 10000},
+    {Endpoint::Positions, "/api/mobile/positions",
+     R"({"accounts":[{"positions":[{"symbol":"DECOY","marketValue":1}]}]})",
+     R"({"accounts":[{"positions":[{"symbol":1}]}]})", 10000},
+};
+
+const QList<std::pair<Fault, const char *>> faults = {
+    {Fault::Good, "200"},        {Fault::NoContent, "204"},    {Fault::Moved, "301"},
+    {Fault::BadRequest, "400"},  {Fault::Unauthorized, "401"}, {Fault::NotFound, "404"},
+    {Fault::ServerError, "500"}, {Fault::Unavailable, "503"},  {Fault::Slow, "slow"},
+    {Fault::Dropped, "cut"},     {Fault::NotJson, "html"},     {Fault::WrongTypes, "types"},
+    {Fault::Empty, "empty"},     {Fault::Huge, "50MB"},
+};
+
+standin::Override answerFor(const EndpointCase &target, Fault fault)
+{
+    standin::Override answer;
+    answer.body = target.decoy;
+    switch (fault) {
+    case Fault::Good:
+        break;
+    case Fault::NoContent:
+        answer.status = 204;
+        answer.body.clear();
+        break;
+    case Fault::Moved:
+        answer.status = 301;
+        answer.body.clear();
+        break;
+    case Fault::BadRequest:
+        answer.status = 400;
+        break;
+    case Fault::Unauthorized:
+        answer.status = 401;
+        break;
+    case Fault::NotFound:
+        answer.status = 404;
+        break;
+    case Fault::ServerError:
+        answer.status = 500;
+        break;
+    case Fault::Unavailable:
+        answer.status = 503;
+        break;
+    // Just past the client's limit; the stand-in's late write goes to a closed socket.
+    case Fault::Slow:
+        answer.delayMs = target.timeoutMs + 1000;
+        break;
+    case Fault::Dropped:
+        answer.drop = true;
+        break;
+    case Fault::NotJson:
+        answer.body = "<html><body>busy</body></html>";
+        answer.contentType = "text/html";
+        break;
+    case Fault::WrongTypes:
+        answer.body = target.wrongTypes;
+        break;
+    case Fault::Empty:
+        answer.body.clear();
+        break;
+    // Valid JSON that would show, padded to 50 MB: only a cap on the body keeps it out.
+    case Fault::Huge:
+        answer.body += QByteArray(50 * 1024 * 1024 - answer.body.size(), ' ');
+        break;
+    }
+    return answer;
+}
+
+} // namespace
+
+// Every endpoint a headless run calls, against every way a server or network can fail, through
+// the real binary with a stored session: the screen keeps its last good numbers, says so in the
+// rules' words, never reads a failed body and never retries in a loop.
+class TestFaultMatrix : public QObject
+{
+    Q_OBJECT
+
+    testing::PrivateKeyring m_keyring;
+    std::unique_ptr<testing::PulseBinary> m_binary;
+    testing::StandinFixture m_standin;
+    const QString m_key = QString::fromLatin1(AuthStore::refreshTokenKey);
+
+    // The good state every case starts from.
+    bool m_primed = false;
+    QJsonObject m_good;
+    QString m_cachedAsOf;
+
+    QMap<int, QMap<int, QString>> m_matrix; // endpoint, fault -> "ok" / "FAIL"
+    bool m_caseHeld = false;
+
+    KeychainSecretStore keychain() const
+    {
+        return KeychainSecretStore(MireoConfig::keychainService());
+    }
+
+    int requestsTo(const char *path) const
+    {
+        int count = 0;
+        for (const auto &request : m_standin.server.requests())
+            count += request.path == QLatin1StringView(path);
+        return count;
+    }
+
+    QJsonObject statusRun()
+    {
+        m_standin.server.clearRequests();
+        testing::ProcessRun run;
+        const QJsonObject status = m_binary->status(m_standin.url(), &run);
+        if (status.isEmpty())
+            qWarning("mireo-pulse failed (%d): %s", run.exitCode, run.err.constData());
+        if (const QJsonValue asOf = status[u"account"_s][u"portfolioAsOf"_s]; asOf.isString())
+            m_cachedAsOf = asOf.toString();
+        return status;
+    }
+
+    bool prime()
+    {
+        if (!keychain().read(m_key))
+            keychain().replace(m_key, m_standin.server.issueSession().refreshToken);
+        m_good = statusRun();
+        const QJsonObject account = m_good[u"account"_s].toObject();
+        m_primed = account[u"signedIn"_s] == true && m_good[u"public"_s][u"lastError"_s].isNull() &&
+                   !account[u"positions"_s].toArray().isEmpty();
+        return m_primed;
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        if (const QString why = m_keyring.start(); !why.isEmpty())
+            QSKIP(qPrintable(why));
+        m_binary = std::make_unique<testing::PulseBinary>(m_keyring.environment());
+        QVERIFY(prime());
+        QCOMPARE(m_good[u"account"_s][u"lastError"_s], QJsonValue());
+    }
+
+    void init()
+    {
+        m_caseHeld = false;
+        if (!m_primed)
+            QVERIFY(prime());
+    }
+
+    void faultIsContained_data()
+    {
+        QTest::addColumn<int>("endpoint");
+        QTest::addColumn<int>("fault");
+        for (const EndpointCase &target : endpoints) {
+            for (const auto &[fault, name] : faults)
+                QTest::addRow("%s %s", target.path, name) << int(target.endpoint) << int(fault);
+        }
+    }
+
+    void faultIsContained()
+    {
+        QFETCH(int, endpoint);
+        QFETCH(int, fault);
+        const EndpointCase &target = endpoints[endpoint];
+        const auto kind = Fault(fault);
+        m_matrix[endpoint][fault] = u"FAIL"_s;
+        m_primed = false;
+
+        if (kind != Fault::Good)
+            m_standin.server.overrideNext(QString::fromLatin1(target.path),
+                                          answerFor(target, kind));
+        const QString asOfBefore = m_cachedAsOf;
+        const QJsonObject status = statusRun();
+        QVERIFY(!status.isEmpty());
+        const QJsonObject pub = status[u"public"_s].toObject();
+        const QJsonObject account = status[u"account"_s].toObject();
+        const bool failed = kind != Fault::Good;
+        const auto on = [&](Endpoint e) { return failed && Endpoint(endpoint) == e; };
+
+        // No storm: one request per path at most, and none after a step that failed.
+        for (const EndpointCase &each : endpoints)
+            QVERIFY2(requestsTo(each.path) <= 1, each.path);
+        QCOMPARE(requestsTo("/api/public/track-record"), 1);
+        QCOMPARE(requestsTo("/auth/v1/token"), 1);
+        QCOMPARE(requestsTo("/api/public/stats"), on(Endpoint::TrackRecord) ? 0 : 1);
+        const bool noSession = on(Endpoint::Token);
+        QCOMPARE(requestsTo("/api/mobile/portfolio"), noSession ? 0 : 1);
+        const bool noFollowUps = noSession || on(Endpoint::Portfolio);
+        QCOMPARE(requestsTo("/api/mobile/signals/swing"), noFollowUps ? 0 : 1);
+        QCOMPARE(requestsTo("/api/mobile/positions"), noFollowUps ? 0 : 1);
+
+        // The public side: the cached title stays, only a failed track record says "offline".
+        QCOMPARE(status[u"title"_s], m_good[u"title"_s]);
+        QCOMPARE(pub[u"returnPct"_s], m_good[u"public"_s][u"returnPct"_s]);
+        QCOMPARE(pub[u"lastError"_s],
+                 on(Endpoint::TrackRecord)
+                     ? QJsonValue(u"offline \u2014 showing last known numbers"_s)
+                     : QJsonValue());
+        QCOMPARE(pub[u"sparkline"_s].toArray().isEmpty(),
+                 on(Endpoint::TrackRecord) || on(Endpoint::Stats));
+
+        // The account side.
+        const bool deadSession =
+            on(Endpoint::Token) && (kind == Fault::BadRequest || kind == Fault::Unauthorized);
+        const QString stored = keychain().read(m_key).value_or(QString());
+        QVERIFY(!stored.startsWith(u"decoy"_s));
+        QCOMPARE(stored.isEmpty(), deadSession);
+        QCOMPARE(account[u"signedIn"_s], !on(Endpoint::Token));
+        if (deadSession) {
+            QCOMPARE(account[u"lastError"_s], QJsonValue());
+            QCOMPARE(account[u"totals"_s], QJsonValue());
+        } else if (on(Endpoint::Token)) {
+            QCOMPARE(account[u"lastError"_s], u"offline \u2014 account data may be stale"_s);
+            QCOMPARE(account[u"totals"_s], m_good[u"account"_s][u"totals"_s]);
+        } else {
+            QCOMPARE(account[u"lastError"_s], QJsonValue());
+            QCOMPARE(account[u"plan"_s], m_good[u"account"_s][u"plan"_s]);
+            QCOMPARE(account[u"totals"_s], m_good[u"account"_s][u"totals"_s]);
+        }
+        if (on(Endpoint::Portfolio) || on(Endpoint::Token))
+            QCOMPARE(account[u"portfolioAsOf"_s].toString(), deadSession ? QString() : asOfBefore);
+        QCOMPARE(account[u"todayDecision"_s].isNull(), noFollowUps || on(Endpoint::Swing));
+        QCOMPARE(account[u"positions"_s].toArray().isEmpty(),
+                 noFollowUps || on(Endpoint::Positions));
+        QVERIFY(!QJsonDocument(status).toJson().contains("DECOY"));
+
+        // What is left on disk is whole, and the caches survive everything but a dead session.
+        const QStringList problems = testing::settingsProblems(m_binary->settingsPath());
+        QVERIFY2(problems.isEmpty(), qPrintable(problems.join(u"; "_s)));
+        QSettings settings(m_binary->settingsPath(), QSettings::IniFormat);
+        QVERIFY(settings.contains(u"cache.pulse.returnPct"_s));
+        QCOMPARE(settings.contains(u"cache.portfolio.json"_s), !deadSession);
+
+        // A failure leaves the good state behind, except a dead session that took the cache along.
+        m_primed = !deadSession;
+        m_matrix[endpoint][fault] = u"ok"_s;
+    }
+
+    void cleanupTestCase()
+    {
+        if (m_matrix.isEmpty())
+            return;
+        int held = 0, broken = 0;
+        QByteArray table = QByteArray("endpoint").leftJustified(28);
+        for (const auto &[fault, name] : faults)
+            table += QByteArray(name).rightJustified(6);
+        table += '\n';
+        for (const EndpointCase &target : endpoints) {
+            table += QByteArray(target.path).leftJustified(28);
+            for (const auto &[fault, name] : faults) {
+                const QString cell = m_matrix[int(target.endpoint)].value(int(fault), u"-"_s);
+                held += cell == u"ok"_s;
+                broken += cell == u"FAIL"_s;
+                table += cell.toLatin1().rightJustified(6);
+            }
+            table += '\n';
+        }
+        std::fprintf(stdout, "%s%d passed, %d failed\n", table.constData(), held, broken);
+        std::fflush(stdout);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestFaultMatrix)
+#include "tst_faultmatrix.moc"

@@ -1,0 +1,155 @@
+#include "PulseBinary.h"
+#include "account/AuthStore.h"
+#include "platform/linux/KeychainSecretStore.h"
+#include "settings/MireoConfig.h"
+#include "support/PrivateKeyring.h"
+#include "support/StandinFixture.h"
+
+#include <QDirIterator>
+#include <QJsonDocument>
+#include <QTest>
+#include <csignal>
+
+using namespace Qt::StringLiterals;
+
+// A whole session's life with the real binary (stored session, renewal, account loads, a live
+// process, revocation and sign-out): no access or refresh token ever reaches a file it writes,
+// its output, its command line or its environment.
+class TestSecrets : public QObject
+{
+    Q_OBJECT
+
+    testing::PrivateKeyring m_keyring;
+    const QString m_key = QString::fromLatin1(AuthStore::refreshTokenKey);
+
+    // Where a token could surface, each with what it held.
+    QList<std::pair<QString, QByteArray>> m_exposed;
+
+    KeychainSecretStore keychain() const
+    {
+        return KeychainSecretStore(MireoConfig::keychainService());
+    }
+
+    void expose(const QString &where, const QByteArray &what) { m_exposed.append({where, what}); }
+
+    void exposeRun(const QString &name, const testing::ProcessRun &run)
+    {
+        expose(name + u" stdout"_s, run.out);
+        expose(name + u" stderr"_s, run.err);
+    }
+
+    // A live --follow process until it has loaded the account (or signed out), with its command
+    // line and environment read from /proc while it runs.
+    void followUntil(const testing::PulseBinary &binary, testing::StandinFixture &standin,
+                     const char *lastPath, const QString &name)
+    {
+        standin.server.clearRequests();
+        QProcess follow;
+        follow.setProcessEnvironment(binary.environment(standin.url()));
+        follow.start(binary.program(), {u"--follow"_s, u"--json"_s});
+        QVERIFY(follow.waitForStarted());
+        const auto reached = [&] {
+            for (const auto &request : standin.server.requests())
+                if (request.path == QLatin1StringView(lastPath))
+                    return true;
+            return false;
+        };
+        QVERIFY2(QTest::qWaitFor(reached, 20000), lastPath);
+        QTest::qWait(300);
+        const QString proc = u"/proc/%1/"_s.arg(follow.processId());
+        for (const char *file : {"cmdline", "environ"}) {
+            QFile entry(proc + QLatin1StringView(file));
+            QVERIFY(entry.open(QIODevice::ReadOnly));
+            const QByteArray content = entry.readAll();
+            // The places are read for real: the command line and the environment are there.
+            QVERIFY(content.contains(file == QByteArrayView("cmdline") ? "--follow"
+                                                                       : "MIREO_SITE_URL"));
+            expose(name + u" /proc/pid/"_s + QLatin1StringView(file), content);
+        }
+        follow.terminate();
+        QVERIFY(follow.waitForFinished(10000));
+        expose(name + u" stdout"_s, follow.readAllStandardOutput());
+        expose(name + u" stderr"_s, follow.readAllStandardError());
+    }
+
+    // Every token the service handed out or was shown, as the stand-in saw them.
+    static QSet<QByteArray> tokensIn(const QList<standin::LoggedRequest> &requests)
+    {
+        QSet<QByteArray> tokens;
+        for (const auto &request : requests) {
+            if (const QByteArray bearer = request.header("Authorization"); !bearer.isEmpty())
+                tokens.insert(bearer.mid(int(qstrlen("Bearer "))));
+            const QJsonObject body = QJsonDocument::fromJson(request.body).object();
+            if (const QString refresh = body[u"refresh_token"_s].toString(); !refresh.isEmpty())
+                tokens.insert(refresh.toUtf8());
+        }
+        return tokens;
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        if (const QString why = m_keyring.start(); !why.isEmpty())
+            QSKIP(qPrintable(why));
+    }
+
+    void noTokenLeaks()
+    {
+        testing::StandinFixture standin;
+        testing::PulseBinary binary(m_keyring.environment());
+        QSet<QByteArray> tokens;
+        QList<standin::LoggedRequest> seen;
+
+        // A session as the sign-in page would hand it over, stored where the app keeps it.
+        const standin::Session session = standin.server.issueSession();
+        tokens << session.accessToken.toUtf8() << session.refreshToken.toUtf8();
+        keychain().replace(m_key, session.refreshToken);
+
+        // A live process renews the session and loads the account.
+        followUntil(binary, standin, "/api/mobile/positions", u"follow"_s);
+        seen += standin.server.requests();
+        // Two more runs, each renewing the rotated token again.
+        for (const QString &argument : {u"--status-json"_s, u"--print-title"_s}) {
+            standin.server.clearRequests();
+            const testing::ProcessRun run = binary.run(standin.url(), {argument});
+            QCOMPARE(run.exitCode, 0);
+            exposeRun(argument, run);
+            seen += standin.server.requests();
+        }
+        const std::optional<QString> rotated = keychain().read(m_key);
+        QVERIFY(rotated && *rotated != session.refreshToken);
+        tokens << rotated->toUtf8();
+
+        // Revoked: the next live process signs out.
+        standin.server.revokeRefreshTokens();
+        followUntil(binary, standin, "/auth/v1/token", u"signed-out follow"_s);
+        seen += standin.server.requests();
+        QVERIFY(!keychain().read(m_key));
+
+        tokens += tokensIn(seen);
+        // Renewals happened: at least the first pair, three renewed refresh tokens and their
+        // access tokens went by.
+        QVERIFY2(tokens.size() >= 6, QByteArray::number(tokens.size()).constData());
+
+        for (QDirIterator files(binary.folder(), QDir::Files, QDirIterator::Subdirectories);
+             files.hasNext();) {
+            QFile file(files.next());
+            QVERIFY(file.open(QIODevice::ReadOnly));
+            expose(file.fileName(), file.readAll());
+        }
+        QVERIFY(QFile::exists(binary.settingsPath()));
+
+        int places = 0;
+        for (const auto &[where, content] : std::as_const(m_exposed)) {
+            ++places;
+            for (const QByteArray &token : std::as_const(tokens)) {
+                QVERIFY(token.size() >= 16);
+                QVERIFY2(!content.contains(token), qPrintable(u"a token in "_s + where));
+            }
+        }
+        qInfo("%d tokens checked in %d places: none found", int(tokens.size()), places);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestSecrets)
+#include "tst_secrets.moc"
