@@ -196,6 +196,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(!windows().isEmpty(), 10000);
         const QList<testing::MappedWindow> shown = windows();
         QCOMPARE(shown.size(), 1);
+        QCOMPARE(shown.constFirst().name, u"Mireo Pulse"_s);
         QVERIFY2(shown.constFirst().frame.contains(QPoint(512, 384)), qPrintable(describe(shown)));
         screenshot(u"desktop-first-run.png"_s);
     }
