@@ -167,7 +167,10 @@ private Q_SLOTS:
     {
         Stores stores(false);
         const auto view = stores.view();
+        // The launch refreshes must be over, or their answers render in between.
+        QVERIFY(stores.settle());
         QTRY_VERIFY(texts(*view).filter(" ideas open").size() == 1);
+        QTest::qWait(20);
         QSignalSpy rendered(view.get(), &ui::PulseMenuView::rendered);
         stores.settings.setMenuMetric(QStringLiteral("pct"));
         stores.settings.setLanguage(QStringLiteral("pt"));

@@ -1,0 +1,73 @@
+#include "MappedWindows.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <xcb/xcb.h>
+
+namespace testing {
+
+namespace {
+template <typename T> struct Freed
+{
+    T *reply;
+    ~Freed() { std::free(reply); }
+    T *operator->() const { return reply; }
+    explicit operator bool() const { return reply != nullptr; }
+};
+} // namespace
+
+QList<MappedWindow> mappedWindows(const QByteArray &display)
+{
+    QList<MappedWindow> windows;
+    xcb_connection_t *connection = xcb_connect(display.constData(), nullptr);
+    if (xcb_connection_has_error(connection)) {
+        xcb_disconnect(connection);
+        return windows;
+    }
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+    Freed<xcb_query_tree_reply_t> tree{
+        xcb_query_tree_reply(connection, xcb_query_tree(connection, root), nullptr)};
+    if (tree) {
+        const xcb_window_t *children = xcb_query_tree_children(tree.reply);
+        for (int i = 0; i < xcb_query_tree_children_length(tree.reply); ++i) {
+            const xcb_window_t window = children[i];
+            Freed<xcb_get_window_attributes_reply_t> attributes{xcb_get_window_attributes_reply(
+                connection, xcb_get_window_attributes(connection, window), nullptr)};
+            if (!attributes || attributes->map_state != XCB_MAP_STATE_VIEWABLE ||
+                attributes->_class == XCB_WINDOW_CLASS_INPUT_ONLY)
+                continue;
+            Freed<xcb_get_geometry_reply_t> geometry{
+                xcb_get_geometry_reply(connection, xcb_get_geometry(connection, window), nullptr)};
+            Freed<xcb_get_property_reply_t> name{
+                xcb_get_property_reply(connection,
+                                       xcb_get_property(connection, 0, window, XCB_ATOM_WM_NAME,
+                                                        XCB_GET_PROPERTY_TYPE_ANY, 0, 256),
+                                       nullptr)};
+            MappedWindow mapped;
+            mapped.id = window;
+            if (geometry)
+                mapped.frame = QRect(geometry->x, geometry->y, geometry->width, geometry->height);
+            if (name)
+                mapped.name =
+                    QString::fromUtf8(static_cast<const char *>(xcb_get_property_value(name.reply)),
+                                      xcb_get_property_value_length(name.reply));
+            windows.append(mapped);
+        }
+    }
+    xcb_disconnect(connection);
+    return windows;
+}
+
+QList<MappedWindow> newWindows(const QList<MappedWindow> &before, const QList<MappedWindow> &now)
+{
+    QList<MappedWindow> added;
+    for (const MappedWindow &window : now) {
+        const bool known = std::any_of(before.cbegin(), before.cend(),
+                                       [&](const MappedWindow &w) { return w.id == window.id; });
+        if (!known)
+            added.append(window);
+    }
+    return added;
+}
+
+} // namespace testing

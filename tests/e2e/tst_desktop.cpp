@@ -1,0 +1,324 @@
+#include "MappedWindows.h"
+#include "PrivateXServer.h"
+#include "notify/NotificationServerDouble.h"
+#include "support/PrivateKeyring.h"
+#include "support/ProcessRun.h"
+#include "support/SniWatcher.h"
+#include "support/StandinFixture.h"
+
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusVariant>
+#include <QDir>
+#include <QFile>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QTest>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+testing::PrivateXServer *xServer = nullptr;
+
+const QString itemPath = u"/StatusNotifierItem"_s;
+const QString itemInterface = u"org.kde.StatusNotifierItem"_s;
+const QRegularExpression publicTitle(u"^M [+-]\\d+\\.\\d%$"_s);
+const QRegularExpression pnlTitle(u"^M [+-]\\$[\\d,]+$"_s);
+
+QString describe(const QList<testing::MappedWindow> &windows)
+{
+    QStringList parts;
+    for (const testing::MappedWindow &w : windows)
+        parts << u"\"%1\" %2x%3+%4+%5"_s.arg(w.name)
+                     .arg(w.frame.width())
+                     .arg(w.frame.height())
+                     .arg(w.frame.x())
+                     .arg(w.frame.y());
+    return parts.join(u"; "_s);
+}
+} // namespace
+
+// The real binary in desktop mode on a private X server and session bus, against the in-process
+// stand-in: the panel item and its label, the popover, the quick panel and its hot key, the
+// first-run window, sign-in through a forwarded link, and notifications from the account poll.
+class TestDesktop : public QObject
+{
+    Q_OBJECT
+
+    testing::PrivateKeyring m_keyring; // the session bus, with a keychain on it
+    std::unique_ptr<SniWatcher> m_watcher;
+    testing::NotificationServerDouble m_notifications;
+    testing::StandinFixture m_standin;
+    QTemporaryDir m_home;
+    std::unique_ptr<QProcess> m_app;
+    QString m_item; // the bus name of the app's panel item
+
+    QString dir(const QString &name) const { return m_home.filePath(name); }
+
+    QProcessEnvironment environment() const
+    {
+        QProcessEnvironment env = m_keyring.environment();
+        env.insert(u"DISPLAY"_s, QString::fromLatin1(xServer->display()));
+        env.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
+        env.insert(u"XDG_CONFIG_HOME"_s, dir(u"config"_s));
+        env.insert(u"XDG_DATA_HOME"_s, dir(u"data"_s));
+        env.insert(u"XDG_RUNTIME_DIR"_s, dir(u"runtime"_s));
+        env.insert(u"MIREO_SITE_URL"_s, m_standin.url().toString());
+        env.insert(u"MIREO_SUPABASE_URL"_s, m_standin.url().toString());
+        env.insert(u"MIREO_POLL_INTERVAL_MS"_s, u"200"_s);
+        return env;
+    }
+
+    testing::ProcessRun run(const QString &program, const QStringList &arguments)
+    {
+        return testing::runToEnd(program, arguments, environment());
+    }
+    testing::ProcessRun runApp(const QStringList &arguments)
+    {
+        return run(QStringLiteral(MIREO_PULSE_BINARY), arguments);
+    }
+    bool press(const QString &keys)
+    {
+        return run(u"xdotool"_s, QStringList{u"key"_s, u"--delay"_s, u"30"_s} + keys.split(u' '))
+                   .exitCode == 0;
+    }
+    QList<testing::MappedWindow> windows() const
+    {
+        return testing::mappedWindows(xServer->display());
+    }
+    void screenshot(const QString &name)
+    {
+        const QString dir = QStringLiteral(QT_TESTCASE_BUILDDIR "/artifacts");
+        QDir().mkpath(dir);
+        const QString path = dir + u'/' + name;
+        QCOMPARE(run(u"import"_s, {u"-window"_s, u"root"_s, path}).exitCode, 0);
+        qInfo("screenshot: %s", qPrintable(path));
+    }
+
+    // Calls into the app without blocking our event loop: the app may be calling us meanwhile
+    // (the stand-in, the notification server).
+    QDBusMessage callItem(const QString &interface, const QString &method,
+                          const QVariantList &arguments)
+    {
+        QDBusMessage message = QDBusMessage::createMethodCall(m_item, itemPath, interface, method);
+        message.setArguments(arguments);
+        QDBusPendingCall pending = QDBusConnection::sessionBus().asyncCall(message, 10000);
+        if (!QTest::qWaitFor([&] { return pending.isFinished(); }, 12000))
+            return {};
+        return pending.reply();
+    }
+    QString label()
+    {
+        const QDBusMessage reply = callItem(u"org.freedesktop.DBus.Properties"_s, u"Get"_s,
+                                            {itemInterface, u"XAyatanaLabel"_s});
+        if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
+            return QString();
+        return qvariant_cast<QDBusVariant>(reply.arguments().constFirst()).variant().toString();
+    }
+    bool activate(int x, int y)
+    {
+        return callItem(itemInterface, u"Activate"_s, {x, y}).type() == QDBusMessage::ReplyMessage;
+    }
+
+    // Starts the app and waits for its item to register; the registration's bus name is kept.
+    void launch()
+    {
+        QSignalSpy registered(m_watcher.get(), &SniWatcher::itemRegistered);
+        m_app = std::make_unique<QProcess>();
+        m_app->setProcessEnvironment(environment());
+        m_app->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        m_app->start(QStringLiteral(MIREO_PULSE_BINARY), QStringList());
+        QVERIFY(m_app->waitForStarted());
+        QTRY_VERIFY_WITH_TIMEOUT(!registered.isEmpty(), 20000);
+        m_item = registered.constFirst().constFirst().toString();
+    }
+    void quit()
+    {
+        if (!m_app)
+            return;
+        m_app->terminate();
+        if (!QTest::qWaitFor([this] { return m_app->state() == QProcess::NotRunning; }, 10000))
+            m_app->kill();
+        m_app->waitForFinished();
+        m_app.reset();
+    }
+    QByteArray settingsFile() const
+    {
+        QFile file(dir(u"config/mireo/pulse.conf"_s));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+    int trafficTo(const QString &path) const
+    {
+        int count = 0;
+        for (const auto &request : m_standin.server.requests())
+            count += request.path == path;
+        return count;
+    }
+    // Waits until the app has run `polls` more account polls (each ends with the trades call).
+    void waitForPolls(int polls)
+    {
+        const int seen = trafficTo(u"/api/mobile/trades"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(trafficTo(u"/api/mobile/trades"_s) >= seen + polls, 20000);
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        if (!xServer || xServer->display().isEmpty())
+            QSKIP("Xvfb is not installed");
+        for (const char *program : {"xdotool", "import"}) {
+            if (QStandardPaths::findExecutable(QString::fromLatin1(program)).isEmpty())
+                QSKIP(qPrintable(u"%1 is not installed"_s.arg(QLatin1String(program))));
+        }
+        if (const QString why = m_keyring.start(); !why.isEmpty())
+            QSKIP(qPrintable(why));
+        m_watcher = std::make_unique<SniWatcher>(
+            m_keyring.environment().value(u"DBUS_SESSION_BUS_ADDRESS"_s));
+        QVERIFY(m_watcher->start());
+        QVERIFY(m_notifications.serveOn(QDBusConnection::sessionBus()));
+        for (const QString &name : {u"config"_s, u"data"_s, u"runtime"_s})
+            QVERIFY(QDir(m_home.path()).mkpath(name));
+        QVERIFY(QFile::setPermissions(dir(u"runtime"_s), QFileDevice::ReadOwner |
+                                                             QFileDevice::WriteOwner |
+                                                             QFileDevice::ExeOwner));
+        // Today's result in dollars once signed in; the public title until then.
+        QCOMPARE(runApp({u"--set-metric"_s, u"pnl"_s}).exitCode, 0);
+    }
+    void cleanupTestCase() { quit(); }
+
+    void firstLaunchShowsTheItemAndTheFirstRunWindow()
+    {
+        launch();
+        QTRY_VERIFY2_WITH_TIMEOUT(publicTitle.match(label()).hasMatch(), qPrintable(label()),
+                                  20000);
+        // The first-run window, in the middle of the screen.
+        QTRY_VERIFY_WITH_TIMEOUT(!windows().isEmpty(), 10000);
+        const QList<testing::MappedWindow> shown = windows();
+        QCOMPARE(shown.size(), 1);
+        QCOMPARE(shown.constFirst().name, u"Mireo Pulse"_s);
+        QVERIFY2(shown.constFirst().frame.contains(QPoint(512, 384)), qPrintable(describe(shown)));
+        screenshot(u"desktop-first-run.png"_s);
+    }
+
+    void activateOpensThePopoverAtThePoint()
+    {
+        const QList<testing::MappedWindow> before = windows();
+        QVERIFY(activate(900, 10));
+        QTRY_COMPARE_WITH_TIMEOUT(testing::newWindows(before, windows()).size(), 1, 10000);
+        const testing::MappedWindow popover = testing::newWindows(before, windows()).constFirst();
+        // Under the click, inside the screen.
+        QVERIFY2(popover.frame.top() < 60 && popover.frame.left() <= 900 &&
+                     popover.frame.right() >= 700 && popover.frame.right() < 1024,
+                 qPrintable(describe({popover})));
+        QVERIFY(popover.frame.width() > 150 && popover.frame.height() > 150);
+        QTest::qWait(300); // painted
+        screenshot(u"desktop-popover.png"_s);
+        QVERIFY(activate(900, 10));
+        QTRY_COMPARE_WITH_TIMEOUT(testing::newWindows(before, windows()).size(), 0, 10000);
+    }
+
+    void hotKeyAndSecondLaunchToggleTheQuickPanel()
+    {
+        const QList<testing::MappedWindow> before = windows();
+        const auto panelShown = [&] { return testing::newWindows(before, windows()).size() == 1; };
+        const auto panelHidden = [&] { return testing::newWindows(before, windows()).isEmpty(); };
+
+        QVERIFY(press(u"alt+shift+k"_s));
+        QTRY_VERIFY_WITH_TIMEOUT(panelShown(), 10000);
+        const testing::MappedWindow panel = testing::newWindows(before, windows()).constFirst();
+        QVERIFY2(panel.frame.contains(QPoint(512, panel.frame.center().y())) &&
+                     panel.frame.width() > 150,
+                 qPrintable(describe({panel})));
+        QTest::qWait(300);
+        screenshot(u"desktop-quick-panel.png"_s);
+        QVERIFY(press(u"alt+shift+k"_s));
+        QTRY_VERIFY_WITH_TIMEOUT(panelHidden(), 10000);
+
+        QVERIFY(press(u"alt+shift+k"_s));
+        QTRY_VERIFY_WITH_TIMEOUT(panelShown(), 10000);
+        QVERIFY(press(u"Escape"_s));
+        QTRY_VERIFY_WITH_TIMEOUT(panelHidden(), 10000);
+
+        // A second launch without a link hands over to the first and exits.
+        QCOMPARE(runApp({}).exitCode, 0);
+        QTRY_VERIFY_WITH_TIMEOUT(panelShown(), 10000);
+        QCOMPARE(runApp({u"mireopulse://open"_s}).exitCode, 0);
+        QTRY_VERIFY_WITH_TIMEOUT(panelHidden(), 10000);
+        QVERIFY(m_app->state() == QProcess::Running);
+    }
+
+    void aForwardedSignInLinkSignsTheRunningAppIn()
+    {
+        const standin::Session session = m_standin.server.issueSession();
+        QCOMPARE(runApp({session.callbackUrl.toString(QUrl::FullyEncoded)}).exitCode, 0);
+        QTRY_VERIFY2_WITH_TIMEOUT(pnlTitle.match(label()).hasMatch(), qPrintable(label()), 20000);
+        // The first poll after sign-in marks what exists without announcing it.
+        QTRY_VERIFY_WITH_TIMEOUT(settingsFile().contains("notify.lastFillAt"), 20000);
+        waitForPolls(2);
+        QCOMPARE(m_notifications.calls.size(), 0);
+
+        const QList<testing::MappedWindow> before = windows();
+        QVERIFY(activate(900, 10));
+        QTRY_COMPARE_WITH_TIMEOUT(testing::newWindows(before, windows()).size(), 1, 10000);
+        QTest::qWait(500);
+        screenshot(u"desktop-popover-signed-in.png"_s);
+        QVERIFY(activate(900, 10));
+        QTRY_COMPARE_WITH_TIMEOUT(testing::newWindows(before, windows()).size(), 0, 10000);
+    }
+
+    void eachAccountEventIsAnnouncedOnce_data()
+    {
+        QTest::addColumn<QString>("event");
+        QTest::addColumn<QString>("summary");
+        QTest::newRow("decision") << u"decision"_s << u"Mireo decided"_s;
+        QTest::newRow("fill") << u"fill"_s << u"Order filled"_s;
+        QTest::newRow("kill switch") << u"kill switch"_s << u"Kill switch activated"_s;
+    }
+    void eachAccountEventIsAnnouncedOnce()
+    {
+        QFETCH(QString, event);
+        QFETCH(QString, summary);
+        const qsizetype before = m_notifications.calls.size();
+        // Later than anything the demo account opened with.
+        const QString later =
+            QDateTime::currentDateTimeUtc().addDays(1).toString(Qt::ISODateWithMs);
+        if (event == u"decision")
+            m_standin.server.publishDecision(later, {u"NVDA"_s});
+        else if (event == u"fill")
+            QVERIFY(m_standin.server.addFill({{u"symbol"_s, u"NVDA"_s},
+                                              {u"side"_s, u"buy"_s},
+                                              {u"status"_s, u"filled"_s},
+                                              {u"filled_at"_s, later},
+                                              {u"fill_price"_s, 131.5}}));
+        else
+            m_standin.server.setKillSwitch(true);
+
+        QTRY_COMPARE_WITH_TIMEOUT(m_notifications.calls.size(), before + 1, 20000);
+        QCOMPARE(m_notifications.calls.constLast().summary, summary);
+        waitForPolls(3);
+        QCOMPARE(m_notifications.calls.size(), before + 1);
+    }
+
+    void aRestartAnnouncesNothingAndSkipsTheFirstRunWindow()
+    {
+        quit();
+        const qsizetype before = m_notifications.calls.size();
+        launch();
+        // Signed in again from the keychain, the account polled a few times.
+        QTRY_VERIFY2_WITH_TIMEOUT(pnlTitle.match(label()).hasMatch(), qPrintable(label()), 20000);
+        waitForPolls(3);
+        QCOMPARE(m_notifications.calls.size(), before);
+        QVERIFY2(windows().isEmpty(), qPrintable(describe(windows())));
+    }
+};
+
+int main(int argc, char *argv[])
+{
+    testing::PrivateXServer xvfb;
+    xServer = &xvfb;
+    QCoreApplication app(argc, argv);
+    TestDesktop test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "tst_desktop.moc"
