@@ -40,13 +40,7 @@ class TestRefreshOnOpen : public QObject
                 qFatal("the first refresh did not finish");
             standin.server.clearRequests();
         }
-        qsizetype publicRequests() const
-        {
-            qsizetype count = 0;
-            for (const auto &request : standin.server.requests())
-                count += request.path == QStringLiteral("/api/public/track-record");
-            return count;
-        }
+        qsizetype publicRequests() const { return standin.requestsTo(u"/api/public/track-record"); }
     };
 
 private Q_SLOTS:

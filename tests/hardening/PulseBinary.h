@@ -1,5 +1,8 @@
 #pragma once
 
+#include "account/AuthStore.h"
+#include "platform/linux/KeychainSecretStore.h"
+#include "settings/MireoConfig.h"
 #include "support/ProcessRun.h"
 
 #include <QJsonDocument>
@@ -9,6 +12,15 @@
 #include <QUrl>
 
 namespace testing {
+
+inline const QString refreshTokenKey = QString::fromLatin1(AuthStore::refreshTokenKey);
+
+// The keychain the binary keeps its session in, opened afresh each time: a store that lives on
+// remembers what it read, and writes only reach the keychain for sure when it is gone.
+inline KeychainSecretStore appKeychain()
+{
+    return KeychainSecretStore(MireoConfig::keychainService());
+}
 
 // The real mireo-pulse pointed at a service, with a settings folder of its own and English texts.
 class PulseBinary
@@ -41,6 +53,13 @@ public:
     ProcessRun run(const QUrl &service, const QStringList &arguments) const
     {
         return runToEnd(program(), arguments, environment(service));
+    }
+
+    // A long-running process (--follow), left to the caller to stop.
+    void start(QProcess &process, const QUrl &service, const QStringList &arguments) const
+    {
+        process.setProcessEnvironment(environment(service));
+        process.start(program(), arguments);
     }
 
     // --status-json, parsed; an empty object when the run failed.

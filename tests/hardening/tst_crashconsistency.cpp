@@ -1,11 +1,9 @@
 #include "PulseBinary.h"
 #include "SettingsCheck.h"
-#include "account/AuthStore.h"
 #include "notify/NotificationServerDouble.h"
-#include "platform/linux/KeychainSecretStore.h"
-#include "settings/MireoConfig.h"
 #include "support/PrivateKeyring.h"
 #include "support/StandinFixture.h"
+#include "support/TestSupport.h"
 
 #include <QDBusConnection>
 #include <QElapsedTimer>
@@ -28,25 +26,15 @@ class TestCrashConsistency : public QObject
 
     testing::PrivateKeyring m_keyring;
     testing::NotificationServerDouble m_notifications;
-    const QString m_key = QString::fromLatin1(AuthStore::refreshTokenKey);
 
-    static int fromEnvironment(const char *name, int fallback)
+    // A stored session for the next start, unless the last one left it in place.
+    static bool ensureSession(testing::StandinFixture &standin)
     {
-        bool ok = false;
-        const int value = qEnvironmentVariableIntValue(name, &ok);
-        return ok && value > 0 ? value : fallback;
-    }
-
-    // A store of its own each time: one that lives on remembers what it read, and writes only
-    // reach the keychain for sure when it is gone.
-    bool hasSession() const
-    {
-        return KeychainSecretStore(MireoConfig::keychainService()).read(m_key).has_value();
-    }
-    void storeSession(testing::StandinFixture &standin)
-    {
-        KeychainSecretStore(MireoConfig::keychainService())
-            .replace(m_key, standin.server.issueSession().refreshToken);
+        if (testing::appKeychain().read(testing::refreshTokenKey))
+            return true;
+        testing::appKeychain().replace(testing::refreshTokenKey,
+                                       standin.server.issueSession().refreshToken);
+        return false;
     }
 
 private Q_SLOTS:
@@ -59,8 +47,8 @@ private Q_SLOTS:
 
     void killsLeaveConsistentState()
     {
-        const int rounds = fromEnvironment("MIREO_CRASH_ROUNDS", 12);
-        const auto seed = quint32(fromEnvironment("MIREO_CRASH_SEED", 20251122));
+        const int rounds = testing::countFromEnvironment("MIREO_CRASH_ROUNDS", 12);
+        const auto seed = quint32(testing::countFromEnvironment("MIREO_CRASH_SEED", 20251122));
         QRandomGenerator random(seed);
 
         testing::StandinFixture standin;
@@ -74,10 +62,7 @@ private Q_SLOTS:
         int failures = 0, sessionsLost = 0, withPortfolio = 0;
         QStringList problemsSeen;
         for (int round = 0; round < rounds; ++round) {
-            if (!hasSession()) {
-                sessionsLost += round > 0;
-                storeSession(standin);
-            }
+            sessionsLost += !ensureSession(standin) && round > 0;
             // Something new to announce in every round.
             const QString when = start.addSecs(round).toString(Qt::ISODateWithMs);
             standin.server.publishDecision(when, {u"D%1"_s.arg(round)});
@@ -88,8 +73,7 @@ private Q_SLOTS:
                                                {u"fill_price"_s, 100 + round}});
 
             QProcess follow;
-            follow.setProcessEnvironment(binary.environment(standin.url()));
-            follow.start(binary.program(), {u"--follow"_s});
+            binary.start(follow, standin.url(), {u"--follow"_s});
             QVERIFY(follow.waitForStarted());
             QTest::qWait(int(random.bounded(50, 2500)));
             follow.kill();
@@ -136,25 +120,18 @@ private Q_SLOTS:
     {
         testing::StandinFixture standin;
         testing::PulseBinary binary(m_keyring.environment());
-        const auto tokenAnswered = [&standin] {
-            for (const auto &request : standin.server.requests())
-                if (request.path == u"/auth/v1/token"_s)
-                    return true;
-            return false;
-        };
+        const auto tokenAnswered = [&standin] { return standin.requestsTo(u"/auth/v1/token") > 0; };
 
-        const int repeats = fromEnvironment("MIREO_RENEWAL_REPEATS", 1);
+        const int repeats = testing::countFromEnvironment("MIREO_RENEWAL_REPEATS", 1);
         QStringList figures;
         int lostLate = 0;
         for (const int delayMs : {0, 2, 5, 10, 20, 50, 100, 200, 500}) {
             int lost = 0;
             for (int repeat = 0; repeat < repeats; ++repeat) {
-                if (!hasSession())
-                    storeSession(standin);
+                ensureSession(standin);
                 standin.server.clearRequests();
                 QProcess follow;
-                follow.setProcessEnvironment(binary.environment(standin.url()));
-                follow.start(binary.program(), {u"--follow"_s});
+                binary.start(follow, standin.url(), {u"--follow"_s});
                 QVERIFY(follow.waitForStarted());
                 // The stand-in answers inside the event loop: stop the moment it has.
                 QElapsedTimer waited;

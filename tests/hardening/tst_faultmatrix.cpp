@@ -1,8 +1,5 @@
 #include "PulseBinary.h"
 #include "SettingsCheck.h"
-#include "account/AuthStore.h"
-#include "platform/linux/KeychainSecretStore.h"
-#include "settings/MireoConfig.h"
 #include "support/PrivateKeyring.h"
 #include "support/StandinFixture.h"
 
@@ -15,22 +12,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 enum class Endpoint { TrackRecord, Stats, Token, Portfolio, Swing, Positions };
-enum class Fault {
-    Good,
-    NoContent,
-    Moved,
-    BadRequest,
-    Unauthorized,
-    NotFound,
-    ServerError,
-    Unavailable,
-    Slow,
-    Dropped,
-    NotJson,
-    WrongTypes,
-    Empty,
-    Huge
-};
+enum class Fault { Good, Status, Slow, Dropped, NotJson, WrongTypes, Empty, Huge };
 
 struct EndpointCase
 {
@@ -61,43 +43,30 @@ const QList<EndpointCase> endpoints = {
      R"({"accounts":[{"positions":[{"symbol":1}]}]})", 10000},
 };
 
-const QList<std::pair<Fault, const char *>> faults = {
-    {Fault::Good, "200"},        {Fault::NoContent, "204"},    {Fault::Moved, "301"},
-    {Fault::BadRequest, "400"},  {Fault::Unauthorized, "401"}, {Fault::NotFound, "404"},
-    {Fault::ServerError, "500"}, {Fault::Unavailable, "503"},  {Fault::Slow, "slow"},
-    {Fault::Dropped, "cut"},     {Fault::NotJson, "html"},     {Fault::WrongTypes, "types"},
+struct FaultCase
+{
+    Fault fault;
+    const char *name;
+    int status = 200;
+};
+
+const QList<FaultCase> faults = {
+    {Fault::Good, "200"},        {Fault::Status, "204", 204}, {Fault::Status, "301", 301},
+    {Fault::Status, "400", 400}, {Fault::Status, "401", 401}, {Fault::Status, "404", 404},
+    {Fault::Status, "500", 500}, {Fault::Status, "503", 503}, {Fault::Slow, "slow"},
+    {Fault::Dropped, "cut"},     {Fault::NotJson, "html"},    {Fault::WrongTypes, "types"},
     {Fault::Empty, "empty"},     {Fault::Huge, "50MB"},
 };
 
-standin::Override answerFor(const EndpointCase &target, Fault fault)
+standin::Override answerFor(const EndpointCase &target, const FaultCase &fault)
 {
     standin::Override answer;
-    answer.body = target.decoy;
-    switch (fault) {
+    answer.status = fault.status;
+    // A failed status carries the decoy, except those that never have a body.
+    answer.body = fault.status == 204 || fault.status == 301 ? QByteArray() : target.decoy;
+    switch (fault.fault) {
     case Fault::Good:
-        break;
-    case Fault::NoContent:
-        answer.status = 204;
-        answer.body.clear();
-        break;
-    case Fault::Moved:
-        answer.status = 301;
-        answer.body.clear();
-        break;
-    case Fault::BadRequest:
-        answer.status = 400;
-        break;
-    case Fault::Unauthorized:
-        answer.status = 401;
-        break;
-    case Fault::NotFound:
-        answer.status = 404;
-        break;
-    case Fault::ServerError:
-        answer.status = 500;
-        break;
-    case Fault::Unavailable:
-        answer.status = 503;
+    case Fault::Status:
         break;
     // Just past the client's limit; the stand-in's late write goes to a closed socket.
     case Fault::Slow:
@@ -136,27 +105,17 @@ class TestFaultMatrix : public QObject
     testing::PrivateKeyring m_keyring;
     std::unique_ptr<testing::PulseBinary> m_binary;
     testing::StandinFixture m_standin;
-    const QString m_key = QString::fromLatin1(AuthStore::refreshTokenKey);
 
     // The good state every case starts from.
     bool m_primed = false;
     QJsonObject m_good;
     QString m_cachedAsOf;
 
-    QMap<int, QMap<int, QString>> m_matrix; // endpoint, fault -> "ok" / "FAIL"
-    bool m_caseHeld = false;
-
-    KeychainSecretStore keychain() const
-    {
-        return KeychainSecretStore(MireoConfig::keychainService());
-    }
+    QMap<int, QMap<int, QString>> m_matrix; // endpoint, fault row -> "ok" / "FAIL"
 
     int requestsTo(const char *path) const
     {
-        int count = 0;
-        for (const auto &request : m_standin.server.requests())
-            count += request.path == QLatin1StringView(path);
-        return count;
+        return m_standin.requestsTo(QString::fromLatin1(path));
     }
 
     QJsonObject statusRun()
@@ -173,8 +132,9 @@ class TestFaultMatrix : public QObject
 
     bool prime()
     {
-        if (!keychain().read(m_key))
-            keychain().replace(m_key, m_standin.server.issueSession().refreshToken);
+        if (!testing::appKeychain().read(testing::refreshTokenKey))
+            testing::appKeychain().replace(testing::refreshTokenKey,
+                                           m_standin.server.issueSession().refreshToken);
         m_good = statusRun();
         const QJsonObject account = m_good[u"account"_s].toObject();
         m_primed = account[u"signedIn"_s] == true && m_good[u"public"_s][u"lastError"_s].isNull() &&
@@ -194,7 +154,6 @@ private Q_SLOTS:
 
     void init()
     {
-        m_caseHeld = false;
         if (!m_primed)
             QVERIFY(prime());
     }
@@ -203,10 +162,10 @@ private Q_SLOTS:
     {
         QTest::addColumn<int>("endpoint");
         QTest::addColumn<int>("fault");
-        for (const EndpointCase &target : endpoints) {
-            for (const auto &[fault, name] : faults)
-                QTest::addRow("%s %s", target.path, name) << int(target.endpoint) << int(fault);
-        }
+        for (const EndpointCase &target : endpoints)
+            for (int row = 0; row < faults.size(); ++row)
+                QTest::addRow("%s %s", target.path, faults[row].name)
+                    << int(target.endpoint) << row;
     }
 
     void faultIsContained()
@@ -214,11 +173,11 @@ private Q_SLOTS:
         QFETCH(int, endpoint);
         QFETCH(int, fault);
         const EndpointCase &target = endpoints[endpoint];
-        const auto kind = Fault(fault);
+        const FaultCase &kind = faults[fault];
         m_matrix[endpoint][fault] = u"FAIL"_s;
         m_primed = false;
 
-        if (kind != Fault::Good)
+        if (kind.fault != Fault::Good)
             m_standin.server.overrideNext(QString::fromLatin1(target.path),
                                           answerFor(target, kind));
         const QString asOfBefore = m_cachedAsOf;
@@ -226,7 +185,7 @@ private Q_SLOTS:
         QVERIFY(!status.isEmpty());
         const QJsonObject pub = status[u"public"_s].toObject();
         const QJsonObject account = status[u"account"_s].toObject();
-        const bool failed = kind != Fault::Good;
+        const bool failed = kind.fault != Fault::Good;
         const auto on = [&](Endpoint e) { return failed && Endpoint(endpoint) == e; };
 
         // No storm: one request per path at most, and none after a step that failed.
@@ -252,9 +211,9 @@ private Q_SLOTS:
                  on(Endpoint::TrackRecord) || on(Endpoint::Stats));
 
         // The account side.
-        const bool deadSession =
-            on(Endpoint::Token) && (kind == Fault::BadRequest || kind == Fault::Unauthorized);
-        const QString stored = keychain().read(m_key).value_or(QString());
+        const bool deadSession = on(Endpoint::Token) && (kind.status == 400 || kind.status == 401);
+        const QString stored =
+            testing::appKeychain().read(testing::refreshTokenKey).value_or(QString());
         QVERIFY(!stored.startsWith(u"decoy"_s));
         QCOMPARE(stored.isEmpty(), deadSession);
         QCOMPARE(account[u"signedIn"_s], !on(Endpoint::Token));
@@ -294,13 +253,13 @@ private Q_SLOTS:
             return;
         int held = 0, broken = 0;
         QByteArray table = QByteArray("endpoint").leftJustified(28);
-        for (const auto &[fault, name] : faults)
-            table += QByteArray(name).rightJustified(6);
+        for (const FaultCase &fault : faults)
+            table += QByteArray(fault.name).rightJustified(6);
         table += '\n';
         for (const EndpointCase &target : endpoints) {
             table += QByteArray(target.path).leftJustified(28);
-            for (const auto &[fault, name] : faults) {
-                const QString cell = m_matrix[int(target.endpoint)].value(int(fault), u"-"_s);
+            for (int row = 0; row < faults.size(); ++row) {
+                const QString cell = m_matrix[int(target.endpoint)].value(row, u"-"_s);
                 held += cell == u"ok"_s;
                 broken += cell == u"FAIL"_s;
                 table += cell.toLatin1().rightJustified(6);

@@ -116,9 +116,7 @@ private Q_SLOTS:
 
     void refreshCyclesLeaveNothingBehind()
     {
-        bool ok = false;
-        const int asked = qEnvironmentVariableIntValue("MIREO_RESOURCE_CYCLES", &ok);
-        const int cycles = ok && asked > 0 ? asked : 100;
+        const int cycles = testing::countFromEnvironment("MIREO_RESOURCE_CYCLES", 100);
         for (int i = 0; i < 40; ++i)
             cycle(i);
         const Usage before = usage();

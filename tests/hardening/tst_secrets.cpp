@@ -1,7 +1,4 @@
 #include "PulseBinary.h"
-#include "account/AuthStore.h"
-#include "platform/linux/KeychainSecretStore.h"
-#include "settings/MireoConfig.h"
 #include "support/PrivateKeyring.h"
 #include "support/StandinFixture.h"
 
@@ -20,15 +17,9 @@ class TestSecrets : public QObject
     Q_OBJECT
 
     testing::PrivateKeyring m_keyring;
-    const QString m_key = QString::fromLatin1(AuthStore::refreshTokenKey);
 
     // Where a token could surface, each with what it held.
     QList<std::pair<QString, QByteArray>> m_exposed;
-
-    KeychainSecretStore keychain() const
-    {
-        return KeychainSecretStore(MireoConfig::keychainService());
-    }
 
     void expose(const QString &where, const QByteArray &what) { m_exposed.append({where, what}); }
 
@@ -45,15 +36,9 @@ class TestSecrets : public QObject
     {
         standin.server.clearRequests();
         QProcess follow;
-        follow.setProcessEnvironment(binary.environment(standin.url()));
-        follow.start(binary.program(), {u"--follow"_s, u"--json"_s});
+        binary.start(follow, standin.url(), {u"--follow"_s, u"--json"_s});
         QVERIFY(follow.waitForStarted());
-        const auto reached = [&] {
-            for (const auto &request : standin.server.requests())
-                if (request.path == QLatin1StringView(lastPath))
-                    return true;
-            return false;
-        };
+        const auto reached = [&] { return standin.requestsTo(QString::fromLatin1(lastPath)) > 0; };
         QVERIFY2(QTest::qWaitFor(reached, 20000), lastPath);
         QTest::qWait(300);
         const QString proc = u"/proc/%1/"_s.arg(follow.processId());
@@ -103,7 +88,7 @@ private Q_SLOTS:
         // A session as the sign-in page would hand it over, stored where the app keeps it.
         const standin::Session session = standin.server.issueSession();
         tokens << session.accessToken.toUtf8() << session.refreshToken.toUtf8();
-        keychain().replace(m_key, session.refreshToken);
+        testing::appKeychain().replace(testing::refreshTokenKey, session.refreshToken);
 
         // A live process renews the session and loads the account.
         followUntil(binary, standin, "/api/mobile/positions", u"follow"_s);
@@ -116,7 +101,8 @@ private Q_SLOTS:
             exposeRun(argument, run);
             seen += standin.server.requests();
         }
-        const std::optional<QString> rotated = keychain().read(m_key);
+        const std::optional<QString> rotated =
+            testing::appKeychain().read(testing::refreshTokenKey);
         QVERIFY(rotated && *rotated != session.refreshToken);
         tokens << rotated->toUtf8();
 
@@ -124,7 +110,7 @@ private Q_SLOTS:
         standin.server.revokeRefreshTokens();
         followUntil(binary, standin, "/auth/v1/token", u"signed-out follow"_s);
         seen += standin.server.requests();
-        QVERIFY(!keychain().read(m_key));
+        QVERIFY(!testing::appKeychain().read(testing::refreshTokenKey));
 
         tokens += tokensIn(seen);
         // Renewals happened: at least the first pair, three renewed refresh tokens and their

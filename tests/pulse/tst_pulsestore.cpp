@@ -119,32 +119,20 @@ private Q_SLOTS:
         }
     }
 
+    // Which failures count, and the cache they leave, through the binary's eyes: the fault
+    // matrix. Here what it cannot see: a 2xx that is not 200, and the time-out at its short limit.
     void failureKeepsTheLastNumbers_data()
     {
         QTest::addColumn<int>("status");
-        QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<int>("repeat");
         QTest::addColumn<int>("delayMs");
-        QTest::addColumn<bool>("drop");
-
-        QTest::newRow("500") << 500 << goodRecord << 1 << 0 << false;
-        QTest::newRow("404") << 404 << goodRecord << 1 << 0 << false;
-        QTest::newRow("204") << 204 << QByteArray() << 1 << 0 << false;
-        QTest::newRow("201 with a good body") << 201 << goodRecord << 1 << 0 << false;
-        QTest::newRow("not JSON") << 200 << QByteArray("<html>oops</html>") << 1 << 0 << false;
-        QTest::newRow("wrong types")
-            << 200 << QByteArray(R"({"has_data":"yes"})") << 1 << 0 << false;
-        QTest::newRow("50 MB body") << 200 << QByteArray(1024, ' ') << 50 * 1024 << 0 << false;
-        QTest::newRow("slower than the time-out") << 200 << goodRecord << 1 << 1500 << false;
-        QTest::newRow("cut mid-body") << 200 << goodRecord << 1 << 0 << true;
+        QTest::newRow("500") << 500 << 0;
+        QTest::newRow("201 with a good body") << 201 << 0;
+        QTest::newRow("slower than the time-out") << 200 << 1500;
     }
     void failureKeepsTheLastNumbers()
     {
         QFETCH(int, status);
-        QFETCH(QByteArray, body);
-        QFETCH(int, repeat);
         QFETCH(int, delayMs);
-        QFETCH(bool, drop);
 
         Rig rig;
         rig.standin.answer(trackRecordPath, 200, goodRecord);
@@ -155,10 +143,8 @@ private Q_SLOTS:
 
         standin::Override failure;
         failure.status = status;
-        failure.body = body;
-        failure.repeat = repeat;
+        failure.body = goodRecord;
         failure.delayMs = delayMs;
-        failure.drop = drop;
         rig.standin.server.overrideNext(trackRecordPath, failure);
         rig.standin.server.clearRequests();
         rig.clock.set(rig.clock.now().addSecs(600));

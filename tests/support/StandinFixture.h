@@ -27,6 +27,14 @@ struct StandinFixture
         response.body = body;
         server.overrideNext(path, response, count);
     }
+    // How many requests to `path` the stand-in has logged since it last cleared them.
+    int requestsTo(QStringView path) const
+    {
+        int count = 0;
+        for (const auto &request : server.requests())
+            count += request.path == path;
+        return count;
+    }
 };
 
 // A loopback URL where nothing listens: connections are refused at once.

@@ -44,6 +44,14 @@ private:
     std::unique_ptr<Defaults> m_defaults;
 };
 
+// A positive count from the environment (rounds, cycles, seeds), or `fallback`.
+inline int countFromEnvironment(const char *name, int fallback)
+{
+    bool ok = false;
+    const int value = qEnvironmentVariableIntValue(name, &ok);
+    return ok && value > 0 ? value : fallback;
+}
+
 } // namespace testing
 
 // A test main whose process has its own, empty user-defaults folder, for code that reaches the
