@@ -125,7 +125,7 @@ private Q_SLOTS:
         const int repeats = testing::countFromEnvironment("MIREO_RENEWAL_REPEATS", 1);
         QStringList figures;
         int lostLate = 0;
-        for (const int delayMs : {0, 2, 5, 10, 20, 50, 100, 200, 500}) {
+        for (const int delayMs : {0, 2, 5, 10, 20, 50, 100, 200, 500, 2000}) {
             int lost = 0;
             for (int repeat = 0; repeat < repeats; ++repeat) {
                 ensureSession(standin);
@@ -150,7 +150,9 @@ private Q_SLOTS:
                 QVERIFY(!status.isEmpty());
                 if (status[u"account"_s][u"signedIn"_s] != true) {
                     ++lost;
-                    lostLate += delayMs >= 500;
+                    // A loaded machine (sanitizers, parallel builds) may take some hundreds
+                    // of milliseconds to write the keychain; two seconds is always past it.
+                    lostLate += delayMs >= 2000;
                 }
             }
             figures += u"%1 ms: %2/%3 lost"_s.arg(delayMs).arg(lost).arg(repeats);
