@@ -1,70 +1,15 @@
 #include "platform/linux/X11HotKey.h"
+#include "support/PrivateXServer.h"
 
 #include <QGuiApplication>
 #include <QProcess>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTest>
-#include <csignal>
-#include <fcntl.h>
 #include <memory>
-#include <poll.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
-// A private X server for this test, started before the application connects to it.
-class Xvfb
-{
-public:
-    Xvfb()
-    {
-        const QByteArray program = QStandardPaths::findExecutable("Xvfb").toLocal8Bit();
-        int fds[2];
-        if (program.isEmpty() || ::pipe(fds) != 0)
-            return;
-        // -displayfd: the server picks a free display number and writes it to us.
-        const QByteArray fd = QByteArray::number(fds[1]);
-        m_pid = ::fork();
-        if (m_pid == 0) {
-            // Dies with the test, even one that aborts, and keeps ctest's output pipes free.
-            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-            const int null = ::open("/dev/null", O_RDWR);
-            ::dup2(null, 0);
-            ::dup2(null, 1);
-            ::dup2(null, 2);
-            ::execl(program.constData(), program.constData(), "-displayfd", fd.constData(),
-                    "-nolisten", "tcp", "-screen", "0", "1024x768x24", nullptr);
-            ::_exit(127);
-        }
-        if (m_pid < 0)
-            m_pid = 0;
-        ::close(fds[1]);
-        QByteArray number;
-        pollfd reader{fds[0], POLLIN, 0};
-        char c = 0;
-        while (m_pid && ::poll(&reader, 1, 10000) > 0 && ::read(fds[0], &c, 1) == 1 && c != '\n')
-            number += c;
-        ::close(fds[0]);
-        if (!number.isEmpty())
-            m_display = ":" + number;
-    }
-    ~Xvfb()
-    {
-        if (m_pid) {
-            ::kill(m_pid, SIGTERM);
-            ::waitpid(m_pid, nullptr, 0);
-        }
-    }
-    QByteArray display() const { return m_display; }
-
-private:
-    pid_t m_pid = 0;
-    QByteArray m_display;
-};
-
-Xvfb *server = nullptr;
+testing::PrivateXServer *server = nullptr;
 
 // Presses keys through XTEST, as a keyboard would; `keys` is a space-separated sequence.
 bool press(const QString &keys)
@@ -190,7 +135,7 @@ private Q_SLOTS:
 
 int main(int argc, char *argv[])
 {
-    Xvfb xvfb;
+    testing::PrivateXServer xvfb;
     server = &xvfb;
     if (!xvfb.display().isEmpty()) {
         qputenv("DISPLAY", xvfb.display());

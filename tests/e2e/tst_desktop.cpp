@@ -1,5 +1,5 @@
 #include "MappedWindows.h"
-#include "PrivateXServer.h"
+#include "support/PrivateXServer.h"
 #include "notify/NotificationServerDouble.h"
 #include "support/PrivateKeyring.h"
 #include "support/ProcessRun.h"
