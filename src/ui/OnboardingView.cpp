@@ -3,6 +3,7 @@
 #include "settings/AppSettings.h"
 #include "settings/L.h"
 #include "ui/Palette.h"
+#include "ui/Symbols.h"
 #include "ui/Widgets.h"
 
 #include <QBoxLayout>
@@ -16,22 +17,6 @@ namespace {
 
 constexpr int viewWidth = 420;
 constexpr int padding = 26;
-
-class GoldDot : public QWidget
-{
-public:
-    GoldDot() { setFixedSize(9, 9); }
-
-protected:
-    void paintEvent(QPaintEvent *) override
-    {
-        QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(gold());
-        painter.drawEllipse(QRectF(rect()));
-    }
-};
 
 // The step's number on a faint gold disc.
 class StepNumber : public QWidget
@@ -73,7 +58,7 @@ OnboardingView::OnboardingView(AppSettings &settings, QWidget *parent) : QWidget
 
     auto *brand = new QHBoxLayout;
     brand->setSpacing(8);
-    brand->addWidget(new GoldDot);
+    brand->addWidget(new GoldDot(9));
     brand->addWidget(
         new ToneLabel(QStringLiteral("MIREO"), Tone::Primary, uiFont(14, QFont::Bold, 4)));
     brand->addStretch(1);

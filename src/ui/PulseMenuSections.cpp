@@ -14,26 +14,6 @@ namespace ui {
 
 namespace {
 
-// A filled circle in the brand colour.
-class Dot : public QWidget
-{
-public:
-    explicit Dot(int size, QWidget *parent = nullptr) : QWidget(parent)
-    {
-        setFixedSize(size, size);
-    }
-
-protected:
-    void paintEvent(QPaintEvent *) override
-    {
-        QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(gold());
-        painter.drawEllipse(QRectF(rect()));
-    }
-};
-
 class Divider : public QWidget
 {
 public:
@@ -165,7 +145,7 @@ QWidget *header(const PulseMenuModel &model)
 {
     auto *row = new QWidget;
     auto *box = hbox(6);
-    box->addWidget(new Dot(7));
+    box->addWidget(new GoldDot(7));
     box->addWidget(text(model.brand, Tone::Primary, uiFont(11, QFont::Bold, 3)));
     box->addStretch(1);
     box->addWidget(text(model.strapline, Tone::Secondary, uiFont(9)));

@@ -118,4 +118,18 @@ void SymbolView::paintEvent(QPaintEvent *)
     drawSymbol(painter, m_symbol, QRectF(rect()));
 }
 
+GoldDot::GoldDot(int size, QWidget *parent) : QWidget(parent)
+{
+    setFixedSize(size, size);
+}
+
+void GoldDot::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(gold());
+    painter.drawEllipse(QRectF(rect()));
+}
+
 } // namespace ui

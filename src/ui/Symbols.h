@@ -29,4 +29,14 @@ private:
     Tone m_tone;
 };
 
+// The brand's filled gold circle, `size` points across.
+class GoldDot : public QWidget
+{
+public:
+    explicit GoldDot(int size, QWidget *parent = nullptr);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+};
+
 } // namespace ui
