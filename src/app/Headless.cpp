@@ -19,7 +19,7 @@ void printLine(const QByteArray &line)
 namespace {
 
 // AuthStore reads the token as it is created: it must be loaded by then.
-SecretStore &withTokenLoaded(KeychainSecretStore &secrets)
+SecretStore &withTokenLoaded(KeychainProcessStore &secrets)
 {
     secrets.preload(QString::fromLatin1(AuthStore::refreshTokenKey));
     return secrets;
@@ -28,7 +28,7 @@ SecretStore &withTokenLoaded(KeychainSecretStore &secrets)
 } // namespace
 
 HeadlessServices::HeadlessServices()
-    : secrets(MireoConfig::keychainService()),
+    : secrets(KeychainProcessStore::installedHelper(), MireoConfig::keychainService()),
       core(Defaults::shared(), net::Clock::system(), withTokenLoaded(secrets), browser, notifier,
            builtInEndpoints())
 {

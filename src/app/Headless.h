@@ -4,7 +4,7 @@
 #include "app/AppCore.h"
 #include "app/DesktopBrowser.h"
 #include "platform/linux/FreedesktopNotifier.h"
-#include "platform/linux/KeychainSecretStore.h"
+#include "platform/linux/KeychainProcessStore.h"
 
 #include <functional>
 
@@ -23,7 +23,7 @@ AuthStore::Endpoints builtInEndpoints();
 struct HeadlessServices
 {
     HeadlessServices();
-    KeychainSecretStore secrets;
+    KeychainProcessStore secrets;
     DesktopBrowser browser;
     FreedesktopNotifier notifier;
     AppCore core;

@@ -1,18 +1,39 @@
+#include "platform/linux/KeychainProcessStore.h"
+#include "platform/linux/KeychainRequests.h"
 #include "platform/linux/KeychainSecretStore.h"
 #include "support/PrivateKeyring.h"
 
+#include <QElapsedTimer>
 #include <QTest>
+#include <memory>
 
 using namespace Qt::StringLiterals;
 
 // The real Secret Service: gnome-keyring on a private session bus that this test starts, so the
-// user's own keyring is never touched.
+// user's own keyring is never touched. Each case runs against QtKeychain in this process and
+// through the helper process the app uses.
 class TestKeychain : public QObject
 {
     Q_OBJECT
 
     testing::PrivateKeyring m_keyring;
     const QString service = u"com.mireo.test.pulse"_s;
+    const QString key = u"supabase_refresh_token"_s;
+
+    static std::unique_ptr<SecretStore> open(bool throughHelper, const QString &service)
+    {
+        if (throughHelper)
+            return std::make_unique<KeychainProcessStore>(QStringLiteral(MIREO_KEYCHAIN_HELPER),
+                                                          service);
+        return std::make_unique<KeychainSecretStore>(service);
+    }
+
+    static void addStoreKinds()
+    {
+        QTest::addColumn<bool>("throughHelper");
+        QTest::newRow("in process") << false;
+        QTest::newRow("helper process") << true;
+    }
 
 private Q_SLOTS:
     void initTestCase()
@@ -21,37 +42,98 @@ private Q_SLOTS:
             QSKIP(qPrintable(why));
     }
 
+    void replaceReadRemoveAcrossInstances_data() { addStoreKinds(); }
     void replaceReadRemoveAcrossInstances()
     {
-        const QString key = u"supabase_refresh_token"_s;
+        QFETCH(bool, throughHelper);
         {
-            KeychainSecretStore store(service);
-            QVERIFY(!store.read(key));
-            store.replace(key, u"first"_s);
-            store.replace(key, u"s\u00E9cond=token"_s);
-            QCOMPARE(store.read(key), u"s\u00E9cond=token"_s);
-        } // waits for the writes
+            auto store = open(throughHelper, service);
+            QVERIFY(!store->read(key));
+            store->replace(key, u"first"_s);
+            store->replace(key, u"s\u00E9cond token\nwith a line"_s);
+            QCOMPARE(store->read(key), u"s\u00E9cond token\nwith a line"_s);
+        } // waits for the writes, which land in order
         {
-            KeychainSecretStore store(service);
-            store.preload(key);
-            QCOMPARE(store.read(key), u"s\u00E9cond=token"_s);
-            store.remove(key);
-            QVERIFY(!store.read(key));
+            // The other kind reads what this one wrote: both reach the same keychain.
+            auto store = open(!throughHelper, service);
+            QCOMPARE(store->read(key), u"s\u00E9cond token\nwith a line"_s);
+            store->remove(key);
+            QVERIFY(!store->read(key));
         }
-        KeychainSecretStore store(service);
-        QVERIFY(!store.read(key));
+        QVERIFY(!open(throughHelper, service)->read(key));
     }
 
+    void otherServicesDoNotSeeTheSecret_data() { addStoreKinds(); }
     void otherServicesDoNotSeeTheSecret()
     {
-        const QString key = u"supabase_refresh_token"_s;
+        QFETCH(bool, throughHelper);
+        open(throughHelper, service)->replace(key, u"mine"_s);
+        QVERIFY(!open(throughHelper, u"com.mireo.other.pulse"_s)->read(key));
+        open(throughHelper, service)->remove(key);
+    }
+
+    void aMissingHelperIsAMissingSecret()
+    {
+        QElapsedTimer spent;
+        spent.start();
         {
-            KeychainSecretStore store(service);
-            store.replace(key, u"mine"_s);
+            KeychainProcessStore store(u"/nonexistent/mireo-pulse-keychain"_s, service);
+            QVERIFY(!store.read(key));
+            store.replace(key, u"lost"_s);
+            // The write is lost, but what the app set is what it reads back meanwhile.
+            QCOMPARE(store.read(key), u"lost"_s);
         }
-        KeychainSecretStore other(u"com.mireo.other.pulse"_s);
-        QVERIFY(!other.read(key));
-        KeychainSecretStore(service).remove(key);
+        QVERIFY(spent.elapsed() < 5000);
+        QVERIFY(!KeychainSecretStore(service).read(key));
+    }
+
+    void helperRequestsSurviveTheirTransport_data()
+    {
+        QTest::addColumn<QByteArray>("line");
+        QTest::addColumn<bool>("valid");
+        using namespace keychain_requests;
+        QTest::newRow("read") << encode({Kind::Read, key, {}}) << true;
+        QTest::newRow("replace, spaces and lines in the value")
+            << encode({Kind::Replace, key, u"a b\nc \u00E9"_s}) << true;
+        QTest::newRow("replace with an empty value") << encode({Kind::Replace, key, {}}) << true;
+        QTest::newRow("remove") << encode({Kind::Remove, key, {}}) << true;
+        QTest::newRow("unknown verb") << QByteArray("erase c2VjcmV0\n") << false;
+        QTest::newRow("not base64") << QByteArray("read ***\n") << false;
+        QTest::newRow("empty key") << QByteArray("read \n") << false;
+        QTest::newRow("replace without a value") << QByteArray("replace c2VjcmV0\n") << false;
+        QTest::newRow("extra word") << QByteArray("remove c2VjcmV0 eA\n") << false;
+    }
+    void helperRequestsSurviveTheirTransport()
+    {
+        QFETCH(QByteArray, line);
+        QFETCH(bool, valid);
+        const auto request = keychain_requests::decodeRequest(line);
+        QCOMPARE(request.has_value(), valid);
+        if (request)
+            QCOMPARE(keychain_requests::encode(*request), line);
+    }
+
+    void helperAnswersAreWholeLines_data()
+    {
+        QTest::addColumn<QByteArray>("output");
+        QTest::addColumn<bool>("answered");
+        QTest::addColumn<QString>("value"); // empty: none
+        QTest::newRow("a secret") << keychain_requests::valueLine(u"t\u00F6ken"_s) << true
+                                  << u"t\u00F6ken"_s;
+        QTest::newRow("none") << keychain_requests::valueLine(std::nullopt) << true << QString();
+        QTest::newRow("cut before the end of the line")
+            << QByteArray("value dG9r") << false << QString();
+        QTest::newRow("silence") << QByteArray() << false << QString();
+        QTest::newRow("anything else") << QByteArray("locked\n") << false << QString();
+    }
+    void helperAnswersAreWholeLines()
+    {
+        QFETCH(QByteArray, output);
+        QFETCH(bool, answered);
+        QFETCH(QString, value);
+        const auto answer = keychain_requests::decodeReadAnswer(output);
+        QCOMPARE(answer.answered, answered);
+        QCOMPARE(answer.value.value_or(QString()), value);
     }
 };
 

@@ -23,6 +23,8 @@ public:
     // Reads `key` now (waiting for the keychain) so later reads are answered from memory.
     void preload(const QString &key) { read(key); }
     void remove(const QString &key) override;
+    // Whether the keychain gave a clear answer for `key` (a secret or none), not silence.
+    bool hasAnswered(const QString &key) const { return m_mirror.contains(key); }
 
     // Waits, within a bound, until every write and delete has reached the keychain.
     void flush();
