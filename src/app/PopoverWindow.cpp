@@ -101,4 +101,10 @@ void PopoverWindow::hideEvent(QHideEvent *event)
 {
     m_sinceHidden.start();
     QWidget::hideEvent(event);
+    // A closed popover gives back its window and the pixels behind it; the view stays built,
+    // so reopening only recreates the window.
+    QTimer::singleShot(0, this, [this] {
+        if (!isVisible())
+            destroy();
+    });
 }
