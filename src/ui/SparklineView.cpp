@@ -55,7 +55,9 @@ void SparklineView::paintEvent(QPaintEvent *)
     area.closeSubpath();
     QColor fill = color;
     fill.setAlphaF(0.12f);
+    painter.setRenderHint(QPainter::Antialiasing, false);
     painter.fillPath(area, fill);
+    painter.setRenderHint(QPainter::Antialiasing);
 
     QPen pen(color, 1.5, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin);
     pen.setMiterLimit(10);
