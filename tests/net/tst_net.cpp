@@ -4,6 +4,8 @@
 #include <QTest>
 #include <cmath>
 
+using namespace Qt::StringLiterals;
+
 class TestNet : public QObject
 {
     Q_OBJECT
@@ -30,6 +32,9 @@ private Q_SLOTS:
         QTest::newRow("30 February") << "2025-02-30T10:00:00.000Z" << QString();
         QTest::newRow("empty dot") << "2025-03-07T14:30:05.Z" << QString();
         QTest::newRow("trailing text") << "2025-03-07T14:30:05.123Zx" << QString();
+        QTest::newRow("offset cut short") << "2025-03-07T14:30:05.123+05:0" << QString();
+        QTest::newRow("minute 60 in offset") << "2025-03-07T14:30:05.123+05:60" << QString();
+        QTest::newRow("non-ASCII digits") << u"2025-03-07T14:30:05.\u0661Z"_s << QString();
         QTest::newRow("empty") << "" << QString();
     }
     void flexibleParses()
