@@ -1,9 +1,9 @@
 // Starts a program under a StatusNotifierWatcher of its own and reports how long the program
 // took from exec to a non-empty title on the bus:
 //   bench-sni-probe PROGRAM [ARGS...]
-// prints "pid=<pid> title_ms=<ms> title=<title>" once, then keeps serving as the watcher until
-// the program exits. Exit codes: the program's own; 3 when it exited before showing a title;
-// 4 when no title came within 30 s.
+// prints "pid=<pid> title_ms=<ms> service=<bus name> title=<title>" once, then keeps serving as the
+// watcher until the program exits. Exit codes: the program's own; 3 when it exited before showing a
+// title; 4 when no title came within 30 s.
 #include "support/SniWatcher.h"
 
 #include <QCoreApplication>
@@ -66,10 +66,10 @@ int main(int argc, char *argv[])
                                  return;
                              titled = true;
                              poll.stop();
-                             say(QStringLiteral("pid=%1 title_ms=%2 title=%3")
+                             say(QStringLiteral("pid=%1 title_ms=%2 service=%3 title=%4")
                                      .arg(program.processId())
                                      .arg(sinceExec.elapsed())
-                                     .arg(title));
+                                     .arg(service, title));
                          });
     };
     QObject::connect(&watcher, &SniWatcher::itemRegistered, &app, [&](const QString &name) {
