@@ -119,12 +119,11 @@ void KeychainProcessStore::startNextWriter()
             done();
     });
     startHelper(*writer, m_program, m_service);
+    writer->write(batch); // kept until the helper runs, should that take longer
     // The requests are in the pipe before this returns: a helper outlives an app killed a
     // moment later and still carries them out. Both waits take a few milliseconds.
-    if (writer->waitForStarted(stopLimitMs)) {
-        writer->write(batch);
+    if (writer->waitForStarted(stopLimitMs))
         writer->waitForBytesWritten(stopLimitMs);
-    }
     writer->closeWriteChannel();
 }
 
