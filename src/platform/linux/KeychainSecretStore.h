@@ -9,8 +9,8 @@
 // fallback. The keychain answers asynchronously; callers expect a plain read, so each key is
 // read once and mirrored in memory, and writes go out in order in the background. Pending
 // writes are waited for on destruction, so a token rotated just before exit is not lost.
-// Waiting runs a local event loop: preload() the keys at start-up, before anything else is
-// scheduled, so no other work can run inside a read later.
+// Waiting runs a local event loop, so it belongs where nothing else is scheduled: the keychain
+// helper (mireo-pulse-keychain), which the app uses through KeychainProcessStore, and tests.
 class KeychainSecretStore final : public QObject, public SecretStore
 {
     Q_OBJECT
@@ -20,8 +20,6 @@ public:
 
     void replace(const QString &key, const QString &value) override;
     std::optional<QString> read(const QString &key) override;
-    // Reads `key` now (waiting for the keychain) so later reads are answered from memory.
-    void preload(const QString &key) { read(key); }
     void remove(const QString &key) override;
     // Whether the keychain gave a clear answer for `key` (a secret or none), not silence.
     bool hasAnswered(const QString &key) const { return m_mirror.contains(key); }
