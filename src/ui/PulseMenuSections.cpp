@@ -14,19 +14,35 @@ namespace ui {
 
 namespace {
 
+static_assert(menuSpill == SparklineView::inkMargin);
+
 class Divider : public QWidget
 {
 public:
-    Divider() { setFixedHeight(1); }
+    Divider()
+    {
+        setFixedHeight(1);
+        setContentsMargins(menuSpill, 0, menuSpill, 0);
+    }
 
 protected:
     void paintEvent(QPaintEvent *) override
     {
         QColor color = palette().color(QPalette::WindowText);
         color.setAlphaF(0.15f);
-        QPainter(this).fillRect(rect(), color);
+        QPainter(this).fillRect(contentsRect(), color);
     }
 };
+
+// Everything but the chart keeps to the column; the chart alone may spill past it.
+QWidget *inColumn(QWidget *section)
+{
+    if (QLayout *layout = section->layout())
+        layout->setContentsMargins(menuSpill, 0, menuSpill, 0);
+    else
+        section->setContentsMargins(menuSpill, 0, menuSpill, 0);
+    return section;
+}
 
 // A plain, unstyled button whose whole area reacts; its content is laid out inside it.
 class RowButton : public QAbstractButton
@@ -150,7 +166,7 @@ QWidget *header(const PulseMenuModel &model)
     box->addStretch(1);
     box->addWidget(text(model.strapline, Tone::Secondary, uiFont(9)));
     row->setLayout(box);
-    return row;
+    return inColumn(row);
 }
 
 QWidget *positionRow(const PositionRow &position, const MenuActions &actions)
@@ -160,9 +176,10 @@ QWidget *positionRow(const PositionRow &position, const MenuActions &actions)
     auto *box = hbox(8);
     box->setContentsMargins(0, 1, 0, 1);
     box->addWidget(text(position.symbol, Tone::Primary, uiFont(11, QFont::DemiBold)));
-    box->addStretch(1);
     if (position.change)
         box->addWidget(text(position.change->text, position.change->tone, uiFont(11)));
+    // The money column keeps to the right edge, after the symbol and its change.
+    box->addStretch(1);
     auto *value = text(position.marketValue, Tone::Secondary, uiFont(10));
     value->setMinimumWidth(58);
     value->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
@@ -193,10 +210,13 @@ void addFigures(QVBoxLayout *column, const AccountBlock &block, const MenuAction
     column->addLayout(todayRow);
 
     if (!block.positions.isEmpty()) {
+        auto *holder = new QWidget;
+        holder->setObjectName(QStringLiteral("positions"));
         auto *list = vbox(0);
         for (const PositionRow &position : block.positions)
             list->addWidget(positionRow(position, actions));
-        column->addLayout(list);
+        holder->setLayout(list);
+        column->addWidget(holder);
     }
     if (block.morePositions)
         column->addWidget(text(*block.morePositions, Tone::Secondary, uiFont(9)));
@@ -276,18 +296,23 @@ QWidget *personalSection(const PersonalSection &section, const MenuActions &acti
         column->addWidget(error);
     }
     holder->setLayout(column);
-    return holder;
+    return inColumn(holder);
 }
 
 QWidget *publicSection(const PublicSection &section)
 {
     auto *holder = new QWidget;
     holder->setObjectName(QStringLiteral("public"));
+    auto *outer = vbox(0);
+    holder->setLayout(outer);
+    // The rows above the chart, inside the column.
+    auto *top = new QWidget;
     auto *column = vbox(8);
+    top->setLayout(column);
+    outer->addWidget(inColumn(top));
     column->addWidget(sectionTitle(section.title));
     if (!section.bigReturn) {
         column->addWidget(text(section.placeholder, Tone::Secondary, uiFont(11), true));
-        holder->setLayout(column);
         return holder;
     }
     column->addLayout(baselineRow(
@@ -302,17 +327,20 @@ QWidget *publicSection(const PublicSection &section)
     facts->addStretch(1);
     column->addLayout(facts);
 
+    // The chart's frame keeps the column's spacing; its ink margin reaches into it.
     if (section.sparkline) {
         auto *chart = new SparklineView;
         chart->setObjectName(QStringLiteral("sparkline"));
         chart->setValues(*section.sparkline);
         chart->setTone(section.sparklineTone);
-        chart->setFixedHeight(26);
-        column->addWidget(chart);
+        chart->setChartSize({menuContentWidth, 26});
+        outer->addSpacing(8 - menuSpill);
+        outer->addWidget(chart);
     }
-    if (section.errorLine)
-        column->addWidget(text(*section.errorLine, Tone::Secondary, uiFont(9), true));
-    holder->setLayout(column);
+    if (section.errorLine) {
+        outer->addSpacing(section.sparkline ? 8 - menuSpill : 8);
+        outer->addWidget(inColumn(text(*section.errorLine, Tone::Secondary, uiFont(9), true)));
+    }
     return holder;
 }
 
@@ -363,7 +391,7 @@ QWidget *footer(const Footer &f, const MenuActions &actions)
     preferences->addWidget(text(f.shortcut, Tone::Secondary, uiFont(9)));
     column->addLayout(preferences);
     holder->setLayout(column);
-    return holder;
+    return inColumn(holder);
 }
 
 } // namespace
@@ -372,7 +400,8 @@ BuiltMenu buildPulseMenu(const PulseMenuModel &model, const MenuActions &actions
 {
     BuiltMenu built;
     built.content = new QWidget;
-    built.content->setFixedWidth(menuContentWidth);
+    const int width = menuContentWidth + 2 * menuSpill;
+    built.content->setFixedWidth(width);
     auto *column = vbox(10);
     column->addWidget(header(model));
     column->addWidget(personalSection(model.personal, actions, built.badge));
@@ -383,7 +412,7 @@ BuiltMenu buildPulseMenu(const PulseMenuModel &model, const MenuActions &actions
     built.content->setLayout(column);
     // Wrapped texts need the column's width to know their height.
     QWidget *content = built.content;
-    content->setFixedHeight(content->hasHeightForWidth() ? content->heightForWidth(menuContentWidth)
+    content->setFixedHeight(content->hasHeightForWidth() ? content->heightForWidth(width)
                                                          : content->sizeHint().height());
     return built;
 }

@@ -34,10 +34,14 @@ struct BuiltMenu
     FreshnessBadgeView *badge = nullptr; // the account's freshness badge, if shown
 };
 
-// The popover's column at its fixed width and the height its texts need, built from the model.
+// The popover's column at its fixed width (plus the spill on each side) and the height its
+// texts need, built from the model.
 BuiltMenu buildPulseMenu(const PulseMenuModel &model, const MenuActions &actions);
 
 inline constexpr int menuContentWidth = 344;
 inline constexpr int menuPadding = 14;
+// The built column is wider than the content by this much on each side, taken from the padding:
+// room for the chart's end dot, which may spill past the column.
+inline constexpr int menuSpill = 2;
 
 } // namespace ui

@@ -24,34 +24,51 @@ QList<QPointF> sparklinePoints(const QList<double> &values, QSizeF size)
 
 SparklineView::SparklineView(QWidget *parent) : QWidget(parent) {}
 
+void SparklineView::setChartSize(QSize size)
+{
+    setFixedSize(size.grownBy({inkMargin, inkMargin, inkMargin, inkMargin}));
+}
+
+QRectF SparklineView::chartFrame() const
+{
+    return QRectF(rect()).adjusted(inkMargin, inkMargin, -inkMargin, -inkMargin);
+}
+
 void SparklineView::setValues(const QList<double> &values)
 {
+    if (values == m_values)
+        return;
     m_values = values;
     update();
 }
 
 void SparklineView::setTone(Tone tone)
 {
+    if (tone == m_tone)
+        return;
     m_tone = tone;
     update();
 }
 
 void SparklineView::paintEvent(QPaintEvent *)
 {
-    const QList<QPointF> points = sparklinePoints(m_values, size());
+    const QRectF frame = chartFrame();
+    const QList<QPointF> points = sparklinePoints(m_values, frame.size());
     if (points.isEmpty())
         return;
     const QColor color = colorFor(m_tone, palette());
     QPainter painter(this);
+    painter.translate(frame.topLeft());
+    const double height = frame.height();
     painter.setRenderHint(QPainter::Antialiasing);
 
     QPainterPath line(points.first());
     for (qsizetype i = 1; i < points.size(); ++i)
         line.lineTo(points[i]);
 
-    QPainterPath area(QPointF(points.first().x(), height()));
+    QPainterPath area(QPointF(points.first().x(), height));
     area.connectPath(line);
-    area.lineTo(points.last().x(), height());
+    area.lineTo(points.last().x(), height);
     area.closeSubpath();
     QColor fill = color;
     fill.setAlphaF(0.12f);

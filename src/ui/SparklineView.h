@@ -15,15 +15,25 @@ namespace ui {
 QList<QPointF> sparklinePoints(const QList<double> &values, QSizeF size);
 
 // The public book's small equity curve: a faint area, the line and a dot on the latest value.
+// The points lie in the chart's frame; the view is larger than that frame by `inkMargin` on
+// every side, so the end dot and the line's round caps are drawn whole where they spill past it.
 class SparklineView : public QWidget
 {
     Q_OBJECT
 public:
+    // The end dot's radius: nothing drawn reaches further past the frame.
+    static constexpr int inkMargin = 2;
+
     explicit SparklineView(QWidget *parent = nullptr);
+
+    // The frame the points are scaled to; the view takes that size plus the margin.
+    void setChartSize(QSize size);
+    QRectF chartFrame() const;
 
     void setValues(const QList<double> &values);
     void setTone(Tone tone);
     const QList<double> &values() const { return m_values; }
+    Tone tone() const { return m_tone; }
 
 protected:
     void paintEvent(QPaintEvent *event) override;

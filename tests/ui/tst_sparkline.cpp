@@ -1,6 +1,7 @@
 #include "ui/SparklineView.h"
 
 #include <QImage>
+#include <QLineF>
 #include <QTest>
 
 using PointList = QList<QPointF>;
@@ -50,18 +51,47 @@ private Q_SLOTS:
     void flatSeriesDrawsALineAndTheEndDot()
     {
         const QImage image = rendered({3, 3});
+        const int m = ui::SparklineView::inkMargin;
         // The line at 95 % of the height runs across; the dot sits on the right end.
-        QVERIFY(inked(image.pixel(image.width() / 2, 25)));
-        QVERIFY(!inked(image.pixel(image.width() / 2, 10)));
-        QVERIFY(inked(image.pixel(image.width() - 2, 23)));
+        QVERIFY(inked(image.pixel(m + 50, m + 25)));
+        QVERIFY(!inked(image.pixel(m + 50, m + 10)));
+        QVERIFY(inked(image.pixel(m + 98, m + 23)));
+    }
+
+    void endDotAndCapsAreWholePastTheFrame()
+    {
+        // The newest value is the highest: the dot's centre is on the frame's right edge,
+        // 1.3 points below its top. Both halves of it are drawn, past the frame too.
+        const QImage image = rendered({0, 5, 10});
+        const int m = ui::SparklineView::inkMargin;
+        QCOMPARE(image.size(), QSize(100 + 2 * m, 26 + 2 * m));
+        const QPointF centre(m + 100, m + 26 * 0.05);
+        int left = 0, right = 0, above = 0;
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                if (inked(image.pixel(x, y)) &&
+                    QLineF(centre, QPointF(x + 0.5, y + 0.5)).length() < 2.2) {
+                    left += x < m + 100;
+                    right += x >= m + 100;
+                    above += y < m;
+                }
+        QVERIFY2(right >= 4 && left >= 4, qPrintable(QStringLiteral("%1 %2").arg(left).arg(right)));
+        QVERIFY(above >= 1);
+        // The first point's round cap spills left of the frame as well.
+        const QImage low = rendered({10, 5, 0});
+        bool capLeft = false;
+        for (int y = 0; y < low.height(); ++y)
+            capLeft = capLeft || inked(low.pixel(m - 1, y));
+        QVERIFY(capLeft);
     }
 
     void areaUnderTheLineIsFaint()
     {
         const QImage image = rendered({0, 10, 0});
+        const int m = ui::SparklineView::inkMargin;
         // Under the peak: only the 12 % wash, much lighter than the line itself.
-        const QColor wash = image.pixelColor(image.width() / 2, 20);
-        const QColor line = image.pixelColor(image.width() / 2, 1);
+        const QColor wash = image.pixelColor(m + 50, m + 20);
+        const QColor line = image.pixelColor(m + 50, m + 1);
         QVERIFY(inked(wash.rgb()));
         QVERIFY(wash.lightness() > line.lightness() + 100);
     }
@@ -79,7 +109,7 @@ private:
     static QImage rendered(const QList<double> &values)
     {
         ui::SparklineView view;
-        view.resize(100, 26);
+        view.setChartSize({100, 26});
         view.setValues(values);
         view.setTone(ui::Tone::Loss);
         QImage image(view.size(), QImage::Format_RGB32);

@@ -5,6 +5,7 @@
 #include "ui/Palette.h"
 #include "ui/PulseMenuSections.h"
 #include "ui/RenderPng.h"
+#include "ui/SparklineView.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -68,7 +69,14 @@ QStringList layoutProblems(QWidget &root, const QRect &area)
     QStringList problems;
     QList<QRect> placed;
     for (QWidget *leaf : leaves) {
-        const QRect rect(leaf->mapTo(&root, QPoint(0, 0)), leaf->size());
+        // What it draws in: margins that keep it to the column do not count.
+        const QRect drawn = leaf->contentsRect();
+        QRect rect(leaf->mapTo(&root, drawn.topLeft()), drawn.size());
+        // The chart's frame keeps to the column; only its ink may spill past it.
+        if (qobject_cast<ui::SparklineView *>(leaf))
+            rect = rect.marginsRemoved(
+                QMargins(ui::SparklineView::inkMargin, ui::SparklineView::inkMargin,
+                         ui::SparklineView::inkMargin, ui::SparklineView::inkMargin));
         if (!area.contains(rect))
             problems << describe(leaf) + QStringLiteral(" leaves the column");
         const QSize need = needed(leaf);
@@ -151,7 +159,9 @@ private Q_SLOTS:
         QFETCH(ui::PulseMenuInput, input);
         QWidget host;
         auto *box = new QVBoxLayout(&host);
-        box->setContentsMargins(ui::menuPadding, ui::menuPadding, ui::menuPadding, ui::menuPadding);
+        // As the view does: the built column reaches into the side padding by its spill.
+        box->setContentsMargins(ui::menuPadding - ui::menuSpill, ui::menuPadding,
+                                ui::menuPadding - ui::menuSpill, ui::menuPadding);
         box->setSizeConstraint(QLayout::SetFixedSize);
         box->addWidget(ui::buildPulseMenu(ui::pulseMenuModel(input), {}).content);
         QVERIFY(ui::renderWidgetToPng(
