@@ -6,14 +6,14 @@
 #include "pulse/PulseStore.h"
 #include "settings/AppSettings.h"
 #include "settings/L.h"
+#include "ui/ConfirmationSheet.h"
 #include "ui/LoginItem.h"
 #include "ui/PulseMenuSections.h"
+#include "ui/Reconcile.h"
 #include "ui/Widgets.h"
 
 #include <QCoreApplication>
-#include <QMessageBox>
 #include <QMetaMethod>
-#include <QPushButton>
 #include <QVBoxLayout>
 
 namespace ui {
@@ -50,12 +50,16 @@ QUrl pageOf(QUrl site, const QString &path)
 
 PulseMenuView::PulseMenuView(Services services, std::function<void()> onCheckUpdates,
                              QWidget *parent)
-    : QWidget(parent), m_services(std::move(services)), m_onCheckUpdates(std::move(onCheckUpdates))
+    : QWidget(parent), m_services(std::move(services)), m_onCheckUpdates(std::move(onCheckUpdates)),
+      m_sheet(new ConfirmationSheet(this))
 {
     m_launchAtLogin = m_services.loginItem.status() == LoginItem::Status::Enabled;
+    connect(m_sheet, &ConfirmationSheet::answered, this, &PulseMenuView::answerConfirmation);
 
     auto *outer = new QVBoxLayout(this);
-    outer->setContentsMargins(menuPadding, menuPadding, menuPadding, menuPadding);
+    // The built column reaches into the side padding by its spill.
+    outer->setContentsMargins(menuPadding - menuSpill, menuPadding, menuPadding - menuSpill,
+                              menuPadding);
     outer->setSizeConstraint(QLayout::SetFixedSize);
 
     const QMetaMethod render = metaObject()->method(metaObject()->indexOfSlot("scheduleRender()"));
@@ -109,13 +113,17 @@ void PulseMenuView::renderNow()
     const PulseMenuModel model = pulseMenuModel(currentInput());
     const BuiltMenu built = buildPulseMenu(model, actions());
 
-    delete m_content; // never called from inside one of its own handlers: renders are queued
-    m_content = built.content;
-    layout()->addWidget(m_content);
-    m_badge = built.badge;
+    // The first render puts the column in; later ones update it in place. Renders are queued,
+    // so this never runs inside a handler of a widget it may remove.
+    if (!m_content || !reconcile(m_content, built.content)) {
+        delete m_content;
+        m_content = built.content;
+        layout()->addWidget(m_content);
+    }
+    m_badge = m_content->findChild<FreshnessBadgeView *>(QStringLiteral("freshnessBadge"));
     m_badgeDate = model.personal.state == PersonalState::Account ? model.personal.account.badgeDate
                                                                  : std::nullopt;
-    syncConfirmations(model);
+    syncConfirmation(model);
     Q_EMIT rendered();
 }
 
@@ -124,10 +132,14 @@ MenuActions PulseMenuView::actions()
     MenuActions a;
     a.signIn = [this] { m_services.auth.beginSignIn(); };
     a.pause = [this] {
+        if (m_togglingAuto || m_confirmingEnable)
+            return;
         m_confirmingPause = true;
         scheduleRender();
     };
     a.enable = [this] {
+        if (m_togglingAuto || m_confirmingPause)
+            return;
         m_confirmingEnable = true;
         scheduleRender();
     };
@@ -150,50 +162,34 @@ MenuActions PulseMenuView::actions()
     return a;
 }
 
-void PulseMenuView::syncConfirmations(const PulseMenuModel &model)
+void PulseMenuView::syncConfirmation(const PulseMenuModel &model)
 {
-    if (model.pause.open || m_pauseDialog)
-        confirmation(model.pause, m_pauseDialog, false);
-    if (model.enable.open || m_enableDialog)
-        confirmation(model.enable, m_enableDialog, true);
+    // At most one asks at a time: the button that opens it is either Pause or Enable.
+    const Confirmation &open = model.enable.open ? model.enable : model.pause;
+    if (!open.open) {
+        m_sheet->hide();
+        return;
+    }
+    m_sheet->setTexts(open);
+    m_sheet->ask();
 }
 
-QMessageBox *PulseMenuView::confirmation(const Confirmation &texts, QPointer<QMessageBox> &dialog,
-                                         bool enable)
+void PulseMenuView::answerConfirmation(bool confirmed)
 {
-    if (!dialog) {
-        dialog = new QMessageBox(this);
-        dialog->setObjectName(enable ? QStringLiteral("enableConfirmation")
-                                     : QStringLiteral("pauseConfirmation"));
-        dialog->setIcon(QMessageBox::Question);
-        dialog->setWindowModality(Qt::WindowModal);
-        dialog->setAttribute(Qt::WA_DeleteOnClose);
-        dialog->addButton(QString(), QMessageBox::AcceptRole)
-            ->setObjectName(QStringLiteral("confirm"));
-        dialog->addButton(QString(), QMessageBox::RejectRole)
-            ->setObjectName(QStringLiteral("cancel"));
-        QMessageBox *box = dialog;
-        connect(box, &QDialog::finished, this, [this, box, enable] {
-            QAbstractButton *clicked = box->clickedButton();
-            const bool confirmed = clicked && box->buttonRole(clicked) == QMessageBox::AcceptRole;
-            (enable ? m_confirmingEnable : m_confirmingPause) = false;
-            if (confirmed)
-                setAutoExecution(enable);
-            scheduleRender();
-        });
-        dialog->open();
-    }
-    // The texts follow the language while the dialog is open.
-    dialog->setWindowTitle(texts.title);
-    dialog->setText(texts.title);
-    dialog->setInformativeText(texts.message.value_or(QString()));
-    dialog->findChild<QPushButton *>(QStringLiteral("confirm"))->setText(texts.confirm);
-    dialog->findChild<QPushButton *>(QStringLiteral("cancel"))->setText(texts.cancel);
-    return dialog;
+    const bool enable = m_confirmingEnable;
+    if (!m_confirmingEnable && !m_confirmingPause)
+        return;
+    m_confirmingEnable = m_confirmingPause = false;
+    if (confirmed)
+        setAutoExecution(enable);
+    scheduleRender();
 }
 
 void PulseMenuView::setAutoExecution(bool enabled)
 {
+    // One change at a time: its buttons are disabled until it is over.
+    if (m_togglingAuto)
+        return;
     m_togglingAuto = true;
     scheduleRender();
     QCoro::connect(m_services.auth.setAutoExecution(enabled), this, [this](bool) {
@@ -230,6 +226,12 @@ void PulseMenuView::showEvent(QShowEvent *event)
 void PulseMenuView::hideEvent(QHideEvent *event)
 {
     m_badgeTick.stop();
+    // Closing the window that asks is a Cancel: nothing is changed behind the user's back, and
+    // the next opening starts without a question.
+    if (m_confirmingPause || m_confirmingEnable) {
+        m_sheet->hide();
+        answerConfirmation(false);
+    }
     QWidget::hideEvent(event);
 }
 

@@ -15,18 +15,19 @@ class AuthStore;
 class Browser;
 class LoginItem;
 class PulseStore;
-class QMessageBox;
 namespace net {
 class Clock;
 }
 
 namespace ui {
 
+class ConfirmationSheet;
 class FreshnessBadgeView;
 
 // The popover's content: the brand, the user's account, the public book and the footer. It owns
-// no data: it renders the stores and the settings, re-rendering on the next turn of the event
-// loop after any of them changes, and calls their operations.
+// no data: it renders the stores and the settings on the next turn of the event loop after any
+// of them changes, updating its widgets in place, and calls their operations. The pause and
+// enable confirmations are sheets inside it, so the window that shows it stays open.
 class PulseMenuView : public QWidget
 {
     Q_OBJECT
@@ -51,11 +52,11 @@ public:
 
     // What the view shows now, from the stores as they are.
     PulseMenuInput currentInput() const;
-    // Builds the widgets from the current state at once rather than on the next turn.
+    // Brings the widgets up to the current state at once rather than on the next turn.
     void renderNow();
 
 Q_SIGNALS:
-    // The content was rebuilt; its size may have changed.
+    // The content was brought up to date; its size may have changed.
     void rendered();
 
 protected:
@@ -67,9 +68,8 @@ private Q_SLOTS:
 
 private:
     MenuActions actions();
-    void syncConfirmations(const PulseMenuModel &model);
-    QMessageBox *confirmation(const Confirmation &texts, QPointer<QMessageBox> &dialog,
-                              bool enable);
+    void syncConfirmation(const PulseMenuModel &model);
+    void answerConfirmation(bool confirmed);
     void setAutoExecution(bool enabled);
     void setLaunchAtLogin(bool on);
     void tickBadge();
@@ -89,8 +89,7 @@ private:
     FreshnessBadgeView *m_badge = nullptr;
     std::optional<QDateTime> m_badgeDate;
     QTimer m_badgeTick;
-    QPointer<QMessageBox> m_pauseDialog;
-    QPointer<QMessageBox> m_enableDialog;
+    ConfirmationSheet *m_sheet;
 };
 
 } // namespace ui

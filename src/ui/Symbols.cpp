@@ -92,7 +92,6 @@ void drawSymbol(QPainter &painter, Symbol symbol, const QRectF &box)
         drawGrid(painter, inner, stroke);
         break;
     case Symbol::Bolt:
-        painter.setBrush(pen.color());
         drawBolt(painter, inner);
         break;
     case Symbol::Clock:
@@ -108,6 +107,15 @@ SymbolView::SymbolView(Symbol symbol, Tone tone, int size, QWidget *parent)
     : QWidget(parent), m_symbol(symbol), m_tone(tone)
 {
     setFixedSize(size, size);
+}
+
+void SymbolView::setSymbol(Symbol symbol, Tone tone)
+{
+    if (symbol == m_symbol && tone == m_tone)
+        return;
+    m_symbol = symbol;
+    m_tone = tone;
+    update();
 }
 
 void SymbolView::paintEvent(QPaintEvent *)

@@ -61,6 +61,17 @@ PillView::PillView(const QString &text, Tone tone, QWidget *parent)
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
 }
 
+void PillView::setPill(const QString &text, Tone tone)
+{
+    if (text == m_text && tone == m_tone)
+        return;
+    if (text != m_text)
+        updateGeometry();
+    m_text = text;
+    m_tone = tone;
+    update();
+}
+
 QSize PillView::sizeHint() const
 {
     const QFontMetrics metrics(font());

@@ -40,6 +40,8 @@ public:
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override { return sizeHint(); }
     QString text() const { return m_text; }
+    Tone tone() const { return m_tone; }
+    void setPill(const QString &text, Tone tone);
 
 protected:
     void paintEvent(QPaintEvent *event) override;

@@ -5,6 +5,7 @@
 #include "support/AccountFakes.h"
 #include "support/StandinFixture.h"
 #include "support/TestSupport.h"
+#include "ui/ConfirmationSheet.h"
 #include "ui/LoginItem.h"
 #include "ui/MenuInputs.h"
 #include "ui/PulseMenuView.h"
@@ -13,7 +14,7 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QMessageBox>
+#include <QPointer>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
@@ -131,12 +132,13 @@ private Q_SLOTS:
 
         // A confirmation is open when the language changes: it follows, with the rest.
         QTest::mouseClick(named<QPushButton>(*view, "pause"), Qt::LeftButton);
-        QTRY_VERIFY(named<QMessageBox>(*view, "pauseConfirmation"));
-        QMessageBox *dialog = named<QMessageBox>(*view, "pauseConfirmation");
-        QCOMPARE(dialog->text(), QStringLiteral("Pause auto-execution?"));
+        auto *dialog = named<ui::ConfirmationSheet>(*view, "confirmationSheet");
+        QTRY_VERIFY(dialog->isVisibleTo(view.get()));
+        QCOMPARE(named<QLabel>(*dialog, "title")->text(), QStringLiteral("Pause auto-execution?"));
 
         stores.settings.setLanguage(QStringLiteral("pt"));
-        QTRY_COMPARE(dialog->text(), QStringLiteral("Pausar a auto-execução?"));
+        QTRY_COMPARE(named<QLabel>(*dialog, "title")->text(),
+                     QStringLiteral("Pausar a auto-execução?"));
         QCOMPARE(named<QPushButton>(*dialog, "cancel")->text(), QStringLiteral("Cancelar"));
         const QStringList portuguese = texts(*view);
         QVERIFY(portuguese.contains(QStringLiteral("A TUA CONTA")));
@@ -145,7 +147,7 @@ private Q_SLOTS:
 
         // Dismissing changes nothing.
         QTest::mouseClick(named<QPushButton>(*dialog, "cancel"), Qt::LeftButton);
-        QTRY_VERIFY(!named<QMessageBox>(*view, "pauseConfirmation"));
+        QTRY_VERIFY(!dialog->isVisibleTo(view.get()));
         QVERIFY(named<QPushButton>(*view, "pause")->isEnabled());
     }
 
@@ -154,11 +156,14 @@ private Q_SLOTS:
         Stores stores;
         const auto view = stores.view();
         QTest::mouseClick(named<QPushButton>(*view, "pause"), Qt::LeftButton);
-        QTRY_VERIFY(named<QMessageBox>(*view, "pauseConfirmation"));
-        QTest::mouseClick(
-            named<QPushButton>(*named<QMessageBox>(*view, "pauseConfirmation"), "confirm"),
-            Qt::LeftButton);
+        auto *sheet = named<ui::ConfirmationSheet>(*view, "confirmationSheet");
+        QTRY_VERIFY(sheet->isVisibleTo(view.get()));
+        QTest::mouseClick(named<QPushButton>(*sheet, "confirm"), Qt::LeftButton);
         QTRY_VERIFY(!named<QPushButton>(*view, "pause")->isEnabled());
+        // A second press while the change runs asks nothing and sends nothing.
+        named<QPushButton>(*view, "pause")->click();
+        QTest::qWait(20);
+        QVERIFY(!sheet->isVisibleTo(view.get()));
         // The backend refuses at once; the button comes back whatever the outcome.
         QTRY_VERIFY(named<QPushButton>(*view, "pause")->isEnabled());
     }
@@ -235,6 +240,50 @@ private Q_SLOTS:
         const auto view = stores.view();
         QVERIFY(named<QCheckBox>(*view, "startAtLogin")->isChecked());
         QVERIFY(!named<QPushButton>(*view, "updates")); // no update checker
+    }
+
+    void updatesKeepTheWidgetsInPlace()
+    {
+        Stores stores;
+        const auto view = stores.view();
+        view->show();
+        QVERIFY(QTest::qWaitForWindowExposed(view.get()));
+        QVERIFY(stores.settle());
+        QPointer<QComboBox> language = named<QComboBox>(*view, "languagePicker");
+        QPointer<QPushButton> pause = named<QPushButton>(*view, "pause");
+        QPointer<QWidget> chart = named<QWidget>(*view, "sparkline");
+        QVERIFY(language && pause && chart);
+        pause->setFocus();
+        QSignalSpy rendered(view.get(), &ui::PulseMenuView::rendered);
+        // A new public number, a refresh, a new language: the same widgets show them.
+        stores.standin.server.book().advance(3);
+        stores.pulse->refresh();
+        QTRY_VERIFY(rendered.size() >= 2);
+        stores.settings.setLanguage(QStringLiteral("pt"));
+        QTRY_VERIFY(texts(*view).contains(QStringLiteral("A TUA CONTA")));
+        QVERIFY(language && pause && chart);
+        QCOMPARE(language->itemText(0), QStringLiteral("Sistema"));
+        QCOMPARE(language->currentIndex(), 2);
+        QVERIFY(pause->hasFocus());
+        QCOMPARE(pause->text(), QStringLiteral("Pausar"));
+    }
+
+    void closingTheWindowDismissesTheQuestion()
+    {
+        Stores stores;
+        const auto view = stores.view();
+        view->show();
+        QVERIFY(QTest::qWaitForWindowExposed(view.get()));
+        named<QPushButton>(*view, "pause")->click();
+        auto *sheet = named<ui::ConfirmationSheet>(*view, "confirmationSheet");
+        QTRY_VERIFY(sheet->isVisible());
+        view->hide();
+        // An answer that comes after the window closed does nothing.
+        named<QPushButton>(*sheet, "confirm")->click();
+        view->show();
+        QTest::qWait(50);
+        QVERIFY(!sheet->isVisible());
+        QVERIFY(named<QPushButton>(*view, "pause")->isEnabled());
     }
 
     void commandsReachTheirTargets()

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "ui/PulseMenuModel.h"
+
+#include <QWidget>
+
+class QPushButton;
+
+namespace ui {
+
+class ToneLabel;
+
+// A confirmation drawn inside the view that asks it, over its dimmed content: the title, the
+// message, the confirming action and Cancel. It lives in the same window, so the popover and
+// the quick panel stay open while it asks. Return confirms, Escape and Cancel dismiss.
+class ConfirmationSheet : public QWidget
+{
+    Q_OBJECT
+public:
+    // Covers `host` and follows its size; hidden until asked.
+    explicit ConfirmationSheet(QWidget *host);
+
+    // The texts follow the language while the sheet is open.
+    void setTexts(const Confirmation &texts);
+    void ask();
+
+Q_SIGNALS:
+    // Once per question: true for the confirming action.
+    void answered(bool confirmed);
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void mousePressEvent(QMouseEvent *event) override;
+
+private:
+    void answer(bool confirmed);
+    void place();
+
+    QWidget *m_card;
+    ToneLabel *m_title;
+    ToneLabel *m_message;
+    QPushButton *m_confirm;
+    QPushButton *m_cancel;
+};
+
+} // namespace ui
