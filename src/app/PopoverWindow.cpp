@@ -25,6 +25,8 @@ PopoverWindow::PopoverWindow(QWidget *parent)
     auto *layout = new QVBoxLayout(this);
     // Room for the hairline border: popups get no frame from the window manager.
     layout->setContentsMargins(1, 1, 1, 1);
+    // The window takes its content's size as it changes, shrinking too (after "Sign out").
+    layout->setSizeConstraint(QLayout::SetFixedSize);
 }
 
 void PopoverWindow::setContent(QWidget *content)

@@ -24,7 +24,12 @@ void PulseSurfaces::togglePopover(QPoint anchor)
 
 void PulseSurfaces::toggleQuickPanel()
 {
-    ensureQuickPanel().toggle();
+    QuickPanel &panel = ensureQuickPanel();
+    // The popover is transient: when the panel comes up and takes the keyboard, it goes, as it
+    // does for any other window (it holds the keyboard while open, so it must let go first).
+    if (!panel.isVisible() && m_popover->isVisible())
+        m_popover->hide();
+    panel.toggle();
 }
 
 QuickPanel &PulseSurfaces::ensureQuickPanel()

@@ -4,10 +4,12 @@
 
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
 #include <QScreen>
 #include <QVBoxLayout>
+#include <QWindow>
 
 namespace {
 
@@ -25,6 +27,8 @@ QuickPanel::QuickPanel(QWidget *parent)
     setFocusPolicy(Qt::StrongFocus);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
+    // The panel takes its content's size as it changes; its top-left corner stays put.
+    layout->setSizeConstraint(QLayout::SetFixedSize);
     resize(emptySize);
 }
 
@@ -47,6 +51,7 @@ void QuickPanel::toggle()
         hide();
         return;
     }
+    m_grip.reset();
     // Without a screen the panel keeps its last size and place.
     if (const QScreen *screen = QGuiApplication::primaryScreen()) {
         const QSize size = sizeHint();
@@ -91,4 +96,38 @@ void QuickPanel::changeEvent(QEvent *event)
     // Only a loss of focus after the panel had it: showing it must not count as losing it.
     if (event->type() == QEvent::ActivationChange && isVisible() && !isActiveWindow())
         hide();
+}
+
+// Presses that no control takes (labels, the background) reach the panel: they move it.
+void QuickPanel::mousePressEvent(QMouseEvent *event)
+{
+    if (event->button() != Qt::LeftButton) {
+        QWidget::mousePressEvent(event);
+        return;
+    }
+    event->accept();
+    // The window manager moves it where there is one that can; otherwise we follow the pointer.
+    if (windowHandle() && windowHandle()->startSystemMove())
+        return;
+    m_grip = event->globalPosition().toPoint() - frameGeometry().topLeft();
+}
+
+void QuickPanel::mouseMoveEvent(QMouseEvent *event)
+{
+    if (!m_grip) {
+        QWidget::mouseMoveEvent(event);
+        return;
+    }
+    event->accept();
+    move(event->globalPosition().toPoint() - *m_grip);
+}
+
+void QuickPanel::mouseReleaseEvent(QMouseEvent *event)
+{
+    if (!m_grip || event->button() != Qt::LeftButton) {
+        QWidget::mouseReleaseEvent(event);
+        return;
+    }
+    event->accept();
+    m_grip.reset();
 }

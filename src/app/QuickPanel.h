@@ -2,10 +2,11 @@
 
 #include <QPointer>
 #include <QWidget>
+#include <optional>
 
 // The floating panel the hot key brings up in the middle of the screen: frameless, above other
 // windows, never in the task bar; it takes the keyboard and goes away on Escape or as soon as
-// it loses focus.
+// it loses focus. Dragging its background moves it; it stays where it was put until hidden.
 class QuickPanel : public QWidget
 {
     Q_OBJECT
@@ -31,7 +32,12 @@ protected:
     void paintEvent(QPaintEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void changeEvent(QEvent *event) override;
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
 
 private:
     QPointer<QWidget> m_content;
+    // While the background is dragged by hand: where the pointer holds the panel.
+    std::optional<QPoint> m_grip;
 };
