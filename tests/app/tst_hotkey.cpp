@@ -3,6 +3,7 @@
 
 #include <QGuiApplication>
 #include <QProcess>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTest>
@@ -17,6 +18,14 @@ bool press(const QString &keys)
     QProcess xdotool;
     xdotool.start("xdotool", QStringList{"key", "--delay", "20"} + keys.split(' '));
     return xdotool.waitForFinished(10000) && xdotool.exitCode() == 0;
+}
+
+// Switches the server's keyboard layout, as a desktop's layout switcher does.
+bool useLayout(const QString &layout)
+{
+    QProcess setxkbmap;
+    setxkbmap.start("setxkbmap", layout.split(' '));
+    return setxkbmap.waitForFinished(10000) && setxkbmap.exitCode() == 0;
 }
 } // namespace
 
@@ -78,6 +87,57 @@ private Q_SLOTS:
         QVERIFY(press(keys));
         if (!locks.isEmpty())
             QVERIFY(press(locks)); // toggled off again for the next row
+        QTest::qWait(150);
+        QCOMPARE(activated.size(), activations);
+    }
+
+    // The key where K sits on a US keyboard, whatever the layout: under Dvorak it types "t",
+    // under Russian "л"; the key that types "k" there is another one. The layout is set before
+    // the grab, or changed while it is held.
+    void physicalKeyAcrossLayouts_data()
+    {
+        QTest::addColumn<bool>("shared");
+        QTest::addColumn<bool>("changeWhileHeld");
+        QTest::addColumn<QString>("layout");
+        QTest::addColumn<QString>("keys");
+        QTest::addColumn<int>("activations");
+        const QList<std::tuple<const char *, const char *, int>> rows{
+            {"-layout us -variant dvorak", "alt+shift+t", 1},
+            {"-layout us -variant dvorak", "alt+shift+k", 0},
+            {"-layout us -variant dvorak", "Num_Lock alt+shift+t Num_Lock", 1},
+            {"-layout ru", "alt+shift+Cyrillic_el", 1},
+            {"-layout ru", "Caps_Lock alt+shift+Cyrillic_el Caps_Lock", 1},
+            {"-layout us,ru -option grp:caps_toggle", "alt+shift+k", 1}};
+        for (const bool shared : {true, false})
+            for (const bool change : {false, true})
+                for (const auto &[layout, keys, activations] : rows)
+                    QTest::addRow("%s, %s, %s: %s", shared ? "Qt's connection" : "own connection",
+                                  change ? "changed while held" : "set before", layout, keys)
+                        << shared << change << QString::fromLatin1(layout)
+                        << QString::fromLatin1(keys) << activations;
+    }
+    void physicalKeyAcrossLayouts()
+    {
+        requireX();
+        if (QStandardPaths::findExecutable("setxkbmap").isEmpty())
+            QSKIP("setxkbmap is not installed (x11-xkb-utils)");
+        QFETCH(bool, shared);
+        QFETCH(bool, changeWhileHeld);
+        QFETCH(QString, layout);
+        QFETCH(QString, keys);
+        QFETCH(int, activations);
+        const auto restore = qScopeGuard([] { useLayout("-layout us -option"); });
+
+        if (!changeWhileHeld)
+            QVERIFY(useLayout(layout));
+        const std::unique_ptr<X11HotKey> hotKey = make(shared);
+        QVERIFY(hotKey->registerCombination(HotKey::quickPanelCombination));
+        QSignalSpy activated(hotKey.get(), &HotKey::activated);
+        if (changeWhileHeld) {
+            QVERIFY(useLayout(layout));
+            QTest::qWait(100); // the change reaches the app
+        }
+        QVERIFY(press(keys));
         QTest::qWait(150);
         QCOMPARE(activated.size(), activations);
     }

@@ -10,16 +10,30 @@
 namespace {
 constexpr xcb_keysym_t numLockKeysym = 0xff7f;
 constexpr std::uint16_t modifierBits = 0xff;
+constexpr std::uint8_t xkbNewKeyboardNotify = 0;
+constexpr std::uint8_t xkbMapNotify = 1;
 
-// The X keysym of `key`: letters, digits and F1 to F12; 0 for anything else.
-xcb_keysym_t keysymFor(Qt::Key key)
+// The key code of the key where `key` sits on a US keyboard, whatever the layout: letters,
+// digits and F1 to F12; 0 for anything else. X servers on Linux (XWayland included) number
+// keys by their evdev code plus 8, so a key code names a physical key.
+xcb_keycode_t physicalKeycode(Qt::Key key)
 {
-    if (key >= Qt::Key_A && key <= Qt::Key_Z)
-        return xcb_keysym_t('a' + (key - Qt::Key_A));
-    if (key >= Qt::Key_0 && key <= Qt::Key_9)
-        return xcb_keysym_t('0' + (key - Qt::Key_0));
-    if (key >= Qt::Key_F1 && key <= Qt::Key_F12)
-        return xcb_keysym_t(0xffbe + (key - Qt::Key_F1));
+    // Rows of the US layout, left to right, from the key code of each row's first key.
+    static constexpr struct
+    {
+        const char *keys;
+        xcb_keycode_t first;
+    } rows[] = {{"1234567890", 10}, {"QWERTYUIOP", 24}, {"ASDFGHJKL", 38}, {"ZXCVBNM", 52}};
+    if ((key >= Qt::Key_A && key <= Qt::Key_Z) || (key >= Qt::Key_0 && key <= Qt::Key_9)) {
+        for (const auto &row : rows)
+            for (int i = 0; row.keys[i]; ++i)
+                if (row.keys[i] == char(key))
+                    return xcb_keycode_t(row.first + i);
+    }
+    if (key >= Qt::Key_F1 && key <= Qt::Key_F10)
+        return xcb_keycode_t(67 + (key - Qt::Key_F1));
+    if (key == Qt::Key_F11 || key == Qt::Key_F12)
+        return xcb_keycode_t(95 + (key - Qt::Key_F11));
     return 0;
 }
 
@@ -66,6 +80,17 @@ std::uint16_t numLockMask(xcb_connection_t *connection, xcb_key_symbols_t *symbo
     return mask;
 }
 
+// The event code of the keyboard extension's events on `connection`, or 0 without it.
+std::uint8_t xkbEventBase(xcb_connection_t *connection)
+{
+    static constexpr char name[] = "XKEYBOARD";
+    xcb_query_extension_reply_t *reply = xcb_query_extension_reply(
+        connection, xcb_query_extension(connection, sizeof name - 1, name), nullptr);
+    const std::uint8_t base = reply && reply->present ? reply->first_event : 0;
+    std::free(reply);
+    return base;
+}
+
 xcb_window_t rootOf(xcb_connection_t *connection, int screenNumber)
 {
     xcb_screen_iterator_t screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
@@ -88,7 +113,8 @@ X11HotKey *X11HotKey::create(QObject *parent)
 }
 
 X11HotKey::X11HotKey(xcb_connection_t *shared, QObject *parent)
-    : HotKey(parent), m_connection(shared), m_root(rootOf(shared, 0))
+    : HotKey(parent), m_connection(shared), m_root(rootOf(shared, 0)),
+      m_xkbEventBase(xkbEventBase(shared))
 {
     QCoreApplication::instance()->installNativeEventFilter(this);
 }
@@ -106,6 +132,7 @@ X11HotKey::X11HotKey(const QByteArray &display, QObject *parent) : HotKey(parent
     m_connection = connection;
     m_ownsConnection = true;
     m_root = rootOf(connection, screenNumber);
+    m_xkbEventBase = xkbEventBase(connection);
     m_notifier = std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(connection),
                                                    QSocketNotifier::Read);
     connect(m_notifier.get(), &QSocketNotifier::activated, this, &X11HotKey::readOwnConnection);
@@ -123,22 +150,32 @@ X11HotKey::~X11HotKey()
 
 bool X11HotKey::registerCombination(QKeyCombination combination)
 {
-    if (!m_connection || m_root == XCB_NONE || !m_grabbed.isEmpty())
+    if (!m_connection || m_root == XCB_NONE || m_registered)
         return false;
-    const xcb_keysym_t keysym = keysymFor(combination.key());
-    if (keysym == 0)
-        return false;
-
-    xcb_key_symbols_t *symbols = xcb_key_symbols_alloc(m_connection);
-    if (!symbols)
-        return false;
-    m_keycode = firstKeycode(symbols, keysym);
-    m_lockMask = XCB_MOD_MASK_LOCK | numLockMask(m_connection, symbols);
-    xcb_key_symbols_free(symbols);
-    if (m_keycode == XCB_NO_SYMBOL)
+    m_keycode = physicalKeycode(combination.key());
+    if (m_keycode == 0)
         return false;
     m_modifiers = modifierMask(combination.keyboardModifiers());
+    m_registered = true;
+    const bool grabbed = grab();
+    if (m_notifier)
+        QTimer::singleShot(0, this, &X11HotKey::readOwnConnection);
+    return grabbed;
+}
 
+std::uint16_t X11HotKey::currentLockMask() const
+{
+    xcb_key_symbols_t *symbols = xcb_key_symbols_alloc(m_connection);
+    if (!symbols)
+        return XCB_MOD_MASK_LOCK | XCB_MOD_MASK_2;
+    const std::uint16_t mask = XCB_MOD_MASK_LOCK | numLockMask(m_connection, symbols);
+    xcb_key_symbols_free(symbols);
+    return mask;
+}
+
+bool X11HotKey::grab()
+{
+    m_lockMask = currentLockMask();
     // The same combination with each state of Caps Lock and Num Lock.
     const std::uint16_t numLock = m_lockMask & ~XCB_MOD_MASK_LOCK;
     const std::uint16_t variants[] = {0, XCB_MOD_MASK_LOCK, numLock,
@@ -161,9 +198,17 @@ bool X11HotKey::registerCombination(QKeyCombination combination)
     if (taken)
         ungrabAll();
     xcb_flush(m_connection);
-    if (m_notifier)
-        QTimer::singleShot(0, this, &X11HotKey::readOwnConnection);
     return !taken;
+}
+
+void X11HotKey::keyboardChanged()
+{
+    // The key code names the physical key, so a new layout keeps it; the lock modifiers may
+    // have moved with the new modifier map.
+    if (!m_registered || m_grabbed.isEmpty() || currentLockMask() == m_lockMask)
+        return;
+    ungrabAll();
+    grab();
 }
 
 void X11HotKey::ungrabAll()
@@ -193,11 +238,20 @@ void X11HotKey::readOwnConnection()
 bool X11HotKey::handle(const void *message)
 {
     const auto *event = static_cast<const xcb_generic_event_t *>(message);
-    if (m_grabbed.isEmpty() || (event->response_type & ~0x80) != XCB_KEY_PRESS)
+    const std::uint8_t type = event->response_type & ~0x80;
+    // A new layout or keymap: seen after Qt (whose handler this does not take) has read it.
+    if (type == XCB_MAPPING_NOTIFY ||
+        (m_xkbEventBase && type == m_xkbEventBase &&
+         (event->pad0 == xkbNewKeyboardNotify || event->pad0 == xkbMapNotify))) {
+        QTimer::singleShot(0, this, &X11HotKey::keyboardChanged);
+        return false;
+    }
+    if (m_grabbed.isEmpty() || type != XCB_KEY_PRESS)
         return false;
     const auto *press = static_cast<const xcb_key_press_event_t *>(message);
-    if (press->event != m_root || press->detail != m_keycode ||
-        (press->state & modifierBits & ~m_lockMask) != m_modifiers)
+    // Usually the press comes through our grab on the root window; while one of our popups
+    // holds the keyboard it comes to that popup instead, and it is still ours to take.
+    if (press->detail != m_keycode || (press->state & modifierBits & ~m_lockMask) != m_modifiers)
         return false;
     // Like the handler of a system hot key: schedule the work and return at once.
     QTimer::singleShot(0, this, [this] { Q_EMIT activated(); });
