@@ -31,14 +31,24 @@ struct HttpResponse
     bool ok = false;
 };
 
+// Where a redirect answer sends `previous`, as a platform's shared session follows it: 301, 302,
+// 303, 307 and 308 with a Location. 301 and 302 turn a POST into a GET, 303 anything but a
+// HEAD; 307 and 308 keep method and body. Absent when it must not be followed: no usable
+// target, https to http, or a body that would go to another origin. `Authorization` and
+// `apikey` are dropped once the target's origin differs from `origin`, the first request's.
+std::optional<HttpRequest> redirected(const HttpRequest &previous, int status,
+                                      const QByteArray &location, const QUrl &origin);
+
 // The one HTTP client of the process. Every request carries the User-Agent, waits at most
-// `timeout` for each transfer step and a bounded total, follows no redirects, and reads no
-// more than maxBodyBytes of a body.
+// `timeout` for each transfer step and a bounded total, follows redirects as `redirected` says
+// up to maxRedirects hops (one more redirect is a failure with its status), and reads no more
+// than maxBodyBytes of a body.
 class HttpClient : public QObject
 {
     Q_OBJECT
 public:
     static constexpr qint64 defaultMaxBodyBytes = 1 << 20;
+    static constexpr int maxRedirects = 10;
 
     explicit HttpClient(QByteArray userAgent, QObject *parent = nullptr);
     ~HttpClient() override;
@@ -53,6 +63,13 @@ public:
     void setTotalTimeoutFactor(int factor) { m_totalTimeoutFactor = factor; }
 
 private:
+    struct Hop
+    {
+        HttpResponse response;
+        QByteArray location; // of a redirect answer
+    };
+    QCoro::Task<Hop> transfer(HttpRequest request);
+
     QByteArray m_userAgent;
     QNetworkAccessManager *m_manager;
     qint64 m_maxBodyBytes = defaultMaxBodyBytes;

@@ -107,6 +107,153 @@ private Q_SLOTS:
         QVERIFY(headers.contains(QStringLiteral("authorization: Bearer t")));
     }
 
+    // Redirects, each from one stand-in (the service) to itself or to a second one on another
+    // port (another origin), for an authenticated GET and for a POST with a secret body.
+    void redirects_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<bool>("foreign");
+        QTest::addColumn<bool>("post");
+        QTest::addColumn<bool>("ok");
+        QTest::addColumn<int>("homeRequests");
+        QTest::addColumn<int>("foreignRequests");
+        QTest::addColumn<QString>("landedMethod");
+        for (const int status : {301, 302, 307, 308}) {
+            QTest::addRow("%d same origin", status)
+                << status << false << false << true << 2 << 0 << QStringLiteral("GET");
+            QTest::addRow("%d other origin: followed without credentials", status)
+                << status << true << false << true << 1 << 1 << QStringLiteral("GET");
+        }
+        QTest::newRow("301 POST becomes a GET")
+            << 301 << false << true << true << 2 << 0 << QStringLiteral("GET");
+        QTest::newRow("307 POST keeps its body at home")
+            << 307 << false << true << true << 2 << 0 << QStringLiteral("POST");
+        QTest::newRow("307 POST body never leaves for another origin")
+            << 307 << true << true << false << 1 << 0 << QString();
+        QTest::newRow("302 POST to another origin goes as a bare GET")
+            << 302 << true << true << true << 1 << 1 << QStringLiteral("GET");
+    }
+    void redirects()
+    {
+        QFETCH(int, status);
+        QFETCH(bool, foreign);
+        QFETCH(bool, post);
+        QFETCH(bool, ok);
+        QFETCH(int, homeRequests);
+        QFETCH(int, foreignRequests);
+        QFETCH(QString, landedMethod);
+
+        testing::StandinFixture home;
+        testing::StandinFixture elsewhere;
+        standin::Override moved;
+        moved.status = status;
+        moved.body = "moved";
+        moved.location = (foreign ? elsewhere.url() : home.url())
+                             .resolved(QUrl(QStringLiteral("/moved?to=here")))
+                             .toEncoded();
+        home.server.overrideNext(path, moved);
+        (foreign ? elsewhere : home).answer(QStringLiteral("/moved"), 200, "landed");
+
+        net::HttpClient http("TestAgent/1");
+        http.setTimeoutLimit(testing::shortTimeout);
+        net::HttpRequest request;
+        request.method = post ? "POST" : "GET";
+        request.url = home.url().resolved(QUrl(path));
+        request.headers = {{"Authorization", "Bearer secret"}, {"apikey", "anon-key"}};
+        if (post) {
+            request.headers.append(
+                qMakePair(QByteArray("Content-Type"), QByteArray("application/json")));
+            request.body = R"({"refresh_token":"secret"})";
+        }
+        std::optional<net::HttpResponse> result;
+        QCoro::connect(http.send(request), &http, [&](net::HttpResponse r) { result = r; });
+        QTRY_VERIFY(result.has_value());
+
+        QCOMPARE(result->ok, ok);
+        QCOMPARE(result->body, ok ? QByteArray("landed") : QByteArray());
+        if (!ok)
+            QCOMPARE(result->status, status);
+        QCOMPARE(home.server.requests().size(), homeRequests);
+        QCOMPARE(elsewhere.server.requests().size(), foreignRequests);
+        if (landedMethod.isEmpty())
+            return;
+        const auto landed = (foreign ? elsewhere : home).server.requests().constLast();
+        QCOMPARE(landed.path, QStringLiteral("/moved"));
+        QCOMPARE(landed.query, QStringLiteral("to=here"));
+        QCOMPARE(landed.method, landedMethod);
+        QCOMPARE(landed.body, landedMethod == u"POST" ? request.body : QByteArray());
+        QStringList names;
+        for (const auto &[name, value] : landed.headers) {
+            names << QString::fromLatin1(name.toLower());
+            // Nothing of the secrets goes to another origin, in any header.
+            if (foreign)
+                QVERIFY2(!value.contains("secret") && !value.contains("anon-key"),
+                         name.constData());
+        }
+        QVERIFY(names.contains(QStringLiteral("user-agent")));
+        QCOMPARE(names.contains(QStringLiteral("authorization")), !foreign);
+        QCOMPARE(names.contains(QStringLiteral("apikey")), !foreign);
+    }
+
+    void aRedirectLoopEndsAsAFailure()
+    {
+        testing::StandinFixture standin;
+        standin::Override loop;
+        loop.status = 302;
+        loop.location = path.toUtf8();
+        standin.server.overrideNext(path, loop, 100);
+        net::HttpClient http("TestAgent/1");
+        http.setTimeoutLimit(testing::shortTimeout);
+        const net::HttpResponse response = fetch(http, standin.url().resolved(QUrl(path)));
+        QVERIFY(!response.ok);
+        QCOMPARE(response.status, 302);
+        QCOMPARE(standin.server.requests().size(), net::HttpClient::maxRedirects + 1);
+    }
+
+    void redirectRules_data()
+    {
+        QTest::addColumn<QString>("from");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("location");
+        QTest::addColumn<QString>("to"); // empty: not followed
+        QTest::newRow("https to http")
+            << "https://a.example/x" << 302 << QByteArray("http://a.example/y") << QString();
+        QTest::newRow("https to https")
+            << "https://a.example/x" << 302 << QByteArray("https://b.example/y")
+            << "https://b.example/y";
+        QTest::newRow("http to https")
+            << "http://a.example/x" << 301 << QByteArray("https://a.example/x")
+            << "https://a.example/x";
+        QTest::newRow("relative") << "https://a.example/p/x" << 308 << QByteArray("../y?q=1")
+                                  << "https://a.example/y?q=1";
+        QTest::newRow("no location") << "https://a.example/x" << 302 << QByteArray() << QString();
+        QTest::newRow("another scheme")
+            << "https://a.example/x" << 302 << QByteArray("file:///etc/passwd") << QString();
+        QTest::newRow("not a redirect status")
+            << "https://a.example/x" << 300 << QByteArray("https://a.example/y") << QString();
+        QTest::newRow("304") << "https://a.example/x" << 304 << QByteArray("https://a.example/y")
+                             << QString();
+    }
+    void redirectRules()
+    {
+        QFETCH(QString, from);
+        QFETCH(int, status);
+        QFETCH(QByteArray, location);
+        QFETCH(QString, to);
+        net::HttpRequest request;
+        request.url = QUrl(from);
+        request.headers = {{"Authorization", "Bearer t"}};
+        const auto next = net::redirected(request, status, location, request.url);
+        QCOMPARE(next.has_value(), !to.isEmpty());
+        if (next) {
+            QCOMPARE(next->url, QUrl(to));
+            // Another host, or the same host on another scheme, is another origin.
+            QCOMPARE(next->headers.isEmpty(),
+                     next->url.adjusted(QUrl::RemovePath | QUrl::RemoveQuery) !=
+                         request.url.adjusted(QUrl::RemovePath | QUrl::RemoveQuery));
+        }
+    }
+
     void destroyingTheClientFinishesWhatIsInFlight()
     {
         testing::StandinFixture standin;

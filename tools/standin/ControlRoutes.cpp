@@ -17,8 +17,9 @@ constexpr int kMaxAdvance = 100000;
 
 Reply queueOverride(Server &server, const Request &request)
 {
-    ControlReader in(request.body, {u"path"_s, u"count"_s, u"status"_s, u"body"_s, u"bodyBase64"_s,
-                                    u"repeat"_s, u"contentType"_s, u"delayMs"_s, u"drop"_s});
+    ControlReader in(request.body,
+                     {u"path"_s, u"count"_s, u"status"_s, u"body"_s, u"bodyBase64"_s, u"repeat"_s,
+                      u"contentType"_s, u"delayMs"_s, u"drop"_s, u"location"_s, u"passThrough"_s});
     Override o;
     const QString path = in.string(u"path"_s);
     if (path.isEmpty())
@@ -42,6 +43,8 @@ Reply queueOverride(Server &server, const Request &request)
     o.contentType = in.string(u"contentType"_s, u"application/json"_s).toLatin1();
     o.delayMs = int(in.integer(u"delayMs"_s, 0, 0, 600000));
     o.drop = in.boolean(u"drop"_s, false);
+    o.location = in.string(u"location"_s).toUtf8();
+    o.passThrough = in.boolean(u"passThrough"_s, false);
     if (!in.error().isEmpty())
         return Reply::error(400, in.error());
     server.overrideNext(path, o, count);

@@ -130,7 +130,9 @@ bool Server::handleRequest(const QHttpServerRequest &httpRequest, QTcpSocket *so
         return true;
     }
     m_log.append(request);
-    if (const auto canned = m_overrides.take(request.path))
+    if (const auto canned = m_overrides.take(request.path); canned && canned->passThrough)
+        answer(socket, *canned, m_router.dispatch(request));
+    else if (canned)
         answer(socket, *canned);
     else
         m_router.dispatch(request).send(socket);
@@ -143,10 +145,15 @@ void Server::missingHandler(const QHttpServerRequest &, QTcpSocket *socket)
     Reply::error(404, u"not found"_s).send(socket);
 }
 
-void Server::answer(QTcpSocket *socket, const Override &canned)
+void Server::answer(QTcpSocket *socket, const Override &canned, std::optional<Reply> served)
 {
-    const Reply reply{
-        canned.status, canned.contentType, canned.body.repeated(std::max(0, canned.repeat)), {}};
+    Reply reply = served ? *served
+                         : Reply{canned.status,
+                                 canned.contentType,
+                                 canned.body.repeated(std::max(0, canned.repeat)),
+                                 {}};
+    if (!canned.location.isEmpty())
+        reply.headers.append({"Location", canned.location});
     const auto write = [socket, reply, drop = canned.drop] {
         if (drop)
             reply.sendTruncated(socket);

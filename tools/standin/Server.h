@@ -5,6 +5,7 @@
 #include "DemoBook.h"
 #include "Override.h"
 #include "OverrideQueue.h"
+#include "Reply.h"
 #include "Request.h"
 #include "RequestLog.h"
 #include "Router.h"
@@ -12,6 +13,7 @@
 
 #include <QAbstractHttpServer>
 #include <QUrl>
+#include <optional>
 
 namespace standin {
 
@@ -73,7 +75,8 @@ protected:
     void missingHandler(const QHttpServerRequest &request, QTcpSocket *socket) override;
 
 private:
-    void answer(QTcpSocket *socket, const Override &canned);
+    // The canned answer, or the one the routes gave (`served`) when the override only delays.
+    void answer(QTcpSocket *socket, const Override &canned, std::optional<Reply> served = {});
 
     DemoBook m_book;
     SessionTokens m_tokens{m_book};
