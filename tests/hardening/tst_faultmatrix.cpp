@@ -1,5 +1,6 @@
 #include "PulseBinary.h"
 #include "SettingsCheck.h"
+#include "net/HttpClient.h"
 #include "support/PrivateKeyring.h"
 #include "support/StandinFixture.h"
 
@@ -12,7 +13,19 @@ using namespace Qt::StringLiterals;
 namespace {
 
 enum class Endpoint { TrackRecord, Stats, Token, Portfolio, Swing, Positions };
-enum class Fault { Good, Status, Slow, Dropped, NotJson, WrongTypes, Empty, Huge };
+enum class Fault {
+    Good,
+    Status,
+    Slow,
+    Dropped,
+    NotJson,
+    WrongTypes,
+    Empty,
+    Huge,
+    Moved,      // 308 to the same path on the same origin: followed, and it works
+    Loop,       // 302 to itself, hop after hop: a bounded number of requests, then a failure
+    ElsewhereTo // 307 to another origin, which answers 404: nothing secret may reach it
+};
 
 struct EndpointCase
 {
@@ -51,14 +64,40 @@ struct FaultCase
 };
 
 const QList<FaultCase> faults = {
-    {Fault::Good, "200"},        {Fault::Status, "204", 204}, {Fault::Status, "301", 301},
-    {Fault::Status, "400", 400}, {Fault::Status, "401", 401}, {Fault::Status, "404", 404},
-    {Fault::Status, "500", 500}, {Fault::Status, "503", 503}, {Fault::Slow, "slow"},
-    {Fault::Dropped, "cut"},     {Fault::NotJson, "html"},    {Fault::WrongTypes, "types"},
-    {Fault::Empty, "empty"},     {Fault::Huge, "50MB"},
+    {Fault::Good, "200"},
+    {Fault::Status, "204", 204},
+    {Fault::Status, "301", 301},
+    {Fault::Status, "400", 400},
+    {Fault::Status, "401", 401},
+    {Fault::Status, "404", 404},
+    {Fault::Status, "500", 500},
+    {Fault::Status, "503", 503},
+    {Fault::Slow, "slow"},
+    {Fault::Dropped, "cut"},
+    {Fault::NotJson, "html"},
+    {Fault::WrongTypes, "types"},
+    {Fault::Empty, "empty"},
+    {Fault::Huge, "50MB"},
+    {Fault::Moved, "moved", 308},
+    {Fault::Loop, "loop", 302},
+    {Fault::ElsewhereTo, "away", 307},
 };
 
-standin::Override answerFor(const EndpointCase &target, const FaultCase &fault)
+// How many requests one fetch of a path costs under `fault`: redirects add theirs.
+int hopsFor(Fault fault)
+{
+    switch (fault) {
+    case Fault::Moved:
+        return 2;
+    case Fault::Loop:
+        return net::HttpClient::maxRedirects + 1;
+    default:
+        return 1;
+    }
+}
+
+standin::Override answerFor(const EndpointCase &target, const FaultCase &fault,
+                            const QUrl &elsewhere)
 {
     standin::Override answer;
     answer.status = fault.status;
@@ -89,6 +128,18 @@ standin::Override answerFor(const EndpointCase &target, const FaultCase &fault)
     case Fault::Huge:
         answer.body += QByteArray(50 * 1024 * 1024 - answer.body.size(), ' ');
         break;
+    // The same resource at an address of its own; the token grant keeps its query.
+    case Fault::Moved:
+        answer.location =
+            QByteArray(target.path) +
+            (target.endpoint == Endpoint::Token ? "?grant_type=refresh_token&moved=1" : "?moved=1");
+        break;
+    case Fault::Loop:
+        answer.location = target.path;
+        break;
+    case Fault::ElsewhereTo:
+        answer.location = elsewhere.resolved(QUrl(QString::fromLatin1(target.path))).toEncoded();
+        break;
     }
     return answer;
 }
@@ -105,6 +156,8 @@ class TestFaultMatrix : public QObject
     testing::PrivateKeyring m_keyring;
     std::unique_ptr<testing::PulseBinary> m_binary;
     testing::StandinFixture m_standin;
+    // Another origin, where redirects may point: it must never see a credential or a token.
+    testing::StandinFixture m_elsewhere;
 
     // The good state every case starts from.
     bool m_primed = false;
@@ -177,28 +230,57 @@ private Q_SLOTS:
         m_matrix[endpoint][fault] = u"FAIL"_s;
         m_primed = false;
 
+        const int hops = hopsFor(kind.fault);
         if (kind.fault != Fault::Good)
             m_standin.server.overrideNext(QString::fromLatin1(target.path),
-                                          answerFor(target, kind));
+                                          answerFor(target, kind, m_elsewhere.url()),
+                                          kind.fault == Fault::Loop ? hops : 1);
+        m_elsewhere.server.clearRequests();
+        // A refresh token's POST never follows it there (checked below), so nothing is queued.
+        if (kind.fault == Fault::ElsewhereTo && Endpoint(endpoint) != Endpoint::Token)
+            m_elsewhere.answer(QString::fromLatin1(target.path), 404, target.decoy);
         const QString asOfBefore = m_cachedAsOf;
+        const QString token =
+            testing::appKeychain().read(testing::refreshTokenKey).value_or(QString());
         const QJsonObject status = statusRun();
         QVERIFY(!status.isEmpty());
         const QJsonObject pub = status[u"public"_s].toObject();
         const QJsonObject account = status[u"account"_s].toObject();
-        const bool failed = kind.fault != Fault::Good;
+        const bool failed = kind.fault != Fault::Good && kind.fault != Fault::Moved;
         const auto on = [&](Endpoint e) { return failed && Endpoint(endpoint) == e; };
 
-        // No storm: one request per path at most, and none after a step that failed.
+        // No storm: one request per path at most (a redirect's hops aside), and none after a
+        // step that failed.
+        const auto fetches = [&](const char *path, int times) {
+            return qstrcmp(path, target.path) == 0 ? times * hops : times;
+        };
         for (const EndpointCase &each : endpoints)
-            QVERIFY2(requestsTo(each.path) <= 1, each.path);
-        QCOMPARE(requestsTo("/api/public/track-record"), 1);
-        QCOMPARE(requestsTo("/auth/v1/token"), 1);
-        QCOMPARE(requestsTo("/api/public/stats"), on(Endpoint::TrackRecord) ? 0 : 1);
+            QVERIFY2(requestsTo(each.path) <= fetches(each.path, 1), each.path);
+        QCOMPARE(requestsTo("/api/public/track-record"), fetches("/api/public/track-record", 1));
+        QCOMPARE(requestsTo("/auth/v1/token"), fetches("/auth/v1/token", 1));
+        QCOMPARE(requestsTo("/api/public/stats"),
+                 fetches("/api/public/stats", on(Endpoint::TrackRecord) ? 0 : 1));
         const bool noSession = on(Endpoint::Token);
-        QCOMPARE(requestsTo("/api/mobile/portfolio"), noSession ? 0 : 1);
+        QCOMPARE(requestsTo("/api/mobile/portfolio"),
+                 fetches("/api/mobile/portfolio", noSession ? 0 : 1));
         const bool noFollowUps = noSession || on(Endpoint::Portfolio);
-        QCOMPARE(requestsTo("/api/mobile/signals/swing"), noFollowUps ? 0 : 1);
-        QCOMPARE(requestsTo("/api/mobile/positions"), noFollowUps ? 0 : 1);
+        QCOMPARE(requestsTo("/api/mobile/signals/swing"),
+                 fetches("/api/mobile/signals/swing", noFollowUps ? 0 : 1));
+        QCOMPARE(requestsTo("/api/mobile/positions"),
+                 fetches("/api/mobile/positions", noFollowUps ? 0 : 1));
+
+        // The other origin got what a redirect sent it, and nothing that was only ours.
+        const auto &away = m_elsewhere.server.requests();
+        const bool sendsBody = Endpoint(endpoint) == Endpoint::Token;
+        QCOMPARE(away.size(), kind.fault == Fault::ElsewhereTo && !sendsBody ? 1 : 0);
+        for (const auto &request : away) {
+            QVERIFY(!request.body.contains(token.toUtf8()));
+            for (const auto &[name, value] : request.headers) {
+                const QByteArray lower = name.toLower();
+                QVERIFY2(lower != "authorization" && lower != "apikey", name.constData());
+                QVERIFY(!value.contains(token.toUtf8()));
+            }
+        }
 
         // The public side: the cached title stays, only a failed track record says "offline".
         QCOMPARE(status[u"title"_s], m_good[u"title"_s]);
