@@ -4,8 +4,11 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
+#include <QPointer>
 #include <QTimer>
 #include <QVariantMap>
+#include <memory>
+#include <utility>
 
 namespace {
 const QString service = QStringLiteral("org.freedesktop.Notifications");
@@ -36,14 +39,40 @@ void FreedesktopNotifier::requestPermission(Permissions, std::function<void(bool
         QTimer::singleShot(0, this, [answer = std::move(answer)] { answer(false); });
         return;
     }
+    // One answer, from whichever comes first: the server's reply, its refusal, or (when there
+    // was no server yet, as at a login where we start before the desktop's notification
+    // daemon) the server appearing on the bus later.
+    struct Pending
+    {
+        std::function<void(bool)> answer;
+        QPointer<QDBusServiceWatcher> arrival;
+        void give(bool granted)
+        {
+            if (!answer)
+                return;
+            const auto once = std::exchange(answer, nullptr);
+            delete arrival;
+            once(granted);
+        }
+    };
+    auto pending = std::make_shared<Pending>();
+    pending->answer = std::move(answer);
+    pending->arrival =
+        new QDBusServiceWatcher(service, m_bus, QDBusServiceWatcher::WatchForRegistration, this);
+    connect(pending->arrival, &QDBusServiceWatcher::serviceRegistered, this,
+            [pending] { QTimer::singleShot(0, [pending] { pending->give(true); }); });
+
     const QDBusMessage call = QDBusMessage::createMethodCall(
         service, path, interface, QStringLiteral("GetServerInformation"));
     auto *watcher =
         new QDBusPendingCallWatcher(m_bus.asyncCall(call, int(m_callTimeout.count())), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            [answer = std::move(answer)](QDBusPendingCallWatcher *finished) {
+            [pending](QDBusPendingCallWatcher *finished) {
                 finished->deleteLater();
-                answer(!finished->isError());
+                // No server on the bus yet: nothing is announced until one appears.
+                if (finished->error().type() == QDBusError::ServiceUnknown)
+                    return;
+                pending->give(!finished->isError());
             });
 }
 

@@ -21,7 +21,8 @@ public:
     explicit FreedesktopNotifier(QDBusConnection bus = QDBusConnection::sessionBus(),
                                  QObject *parent = nullptr);
 
-    // Granted when a notification server answers on the bus; there is no per-app consent.
+    // Granted when a notification server answers on the bus; there is no per-app consent. With
+    // no server on the bus yet the answer waits, and is granted when one appears.
     void requestPermission(Permissions options, std::function<void(bool)> answer) override;
     void deliver(const Notification &notification) override;
 
