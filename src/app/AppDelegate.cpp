@@ -11,6 +11,7 @@
 #include "platform/linux/DesktopEntry.h"
 #include "platform/linux/StatusNotifierItemOrTray.h"
 #include "platform/linux/X11HotKey.h"
+#include "platform/linux/X11WindowTitle.h"
 #include "settings/AppSettings.h"
 #include "settings/Defaults.h"
 #include "settings/L.h"
@@ -115,7 +116,6 @@ void AppDelegate::maybeShowOnboarding()
     auto *window =
         new QWidget(nullptr, Qt::Window | Qt::WindowCloseButtonHint | Qt::WindowTitleHint);
     window->setAttribute(Qt::WA_DeleteOnClose);
-    window->setWindowTitle(QStringLiteral("Mireo Pulse"));
     auto *layout = new QVBoxLayout(window);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSizeConstraint(QLayout::SetFixedSize);
@@ -130,6 +130,8 @@ void AppDelegate::maybeShowOnboarding()
     if (const QScreen *screen = QGuiApplication::primaryScreen())
         window->move(screen->availableGeometry().center() - window->rect().center());
     m_onboardingWindow = window;
+    window->winId(); // the native window, to leave its title empty as the design has it
+    x11::clearWindowTitle(window->windowHandle());
     window->show();
     window->raise();
     window->activateWindow();

@@ -88,6 +88,10 @@ OnboardingView::OnboardingView(AppSettings &settings, QWidget *parent) : QWidget
     m_later = new QPushButton;
     m_later->setObjectName(QStringLiteral("later"));
     m_later->setFont(uiFont(12));
+    // A plain button: its text alone, no bezel, in line with the column.
+    m_later->setFlat(true);
+    m_later->setCursor(Qt::PointingHandCursor);
+    m_later->setStyleSheet(QStringLiteral("QPushButton { border: none; padding: 5px 0; }"));
     m_signIn = new QPushButton;
     m_signIn->setObjectName(QStringLiteral("signIn"));
     m_signIn->setFont(uiFont(12, QFont::DemiBold));
