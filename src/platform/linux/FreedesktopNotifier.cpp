@@ -67,12 +67,30 @@ void FreedesktopNotifier::requestPermission(Permissions, std::function<void(bool
     auto *watcher =
         new QDBusPendingCallWatcher(m_bus.asyncCall(call, int(m_callTimeout.count())), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            [pending](QDBusPendingCallWatcher *finished) {
+            [this, pending](QDBusPendingCallWatcher *finished) {
                 finished->deleteLater();
-                // No server on the bus yet: nothing is announced until one appears.
-                if (finished->error().type() == QDBusError::ServiceUnknown)
+                if (!finished->isError()) {
+                    pending->give(true);
                     return;
-                pending->give(!finished->isError());
+                }
+                // A server that is there and fails to answer refuses. No server at all (none
+                // yet, or one the bus is still starting, as a desktop's own notification
+                // service may be at login) is no answer: its arrival will be.
+                const QDBusMessage owned =
+                    QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
+                                                   QStringLiteral("/org/freedesktop/DBus"),
+                                                   QStringLiteral("org.freedesktop.DBus"),
+                                                   QStringLiteral("NameHasOwner"))
+                    << service;
+                auto *owner = new QDBusPendingCallWatcher(
+                    m_bus.asyncCall(owned, int(m_callTimeout.count())), this);
+                connect(owner, &QDBusPendingCallWatcher::finished, this,
+                        [pending](QDBusPendingCallWatcher *answered) {
+                            answered->deleteLater();
+                            const QDBusPendingReply<bool> present = *answered;
+                            if (!present.isError() && present.value())
+                                pending->give(false);
+                        });
             });
 }
 
