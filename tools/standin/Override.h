@@ -14,7 +14,7 @@ struct Override
     int delayMs = 0;       // nothing at all is written before this
     bool drop = false;     // full Content-Length, half the body, then the connection is aborted
     QByteArray location{}; // sent as the Location header (redirects)
-    // The request is served as usual, only the answer waits `delayMs`: a slow but real change.
+    // The request is served as usual once `delayMs` is over: a slow but real change.
     bool passThrough = false;
 };
 

@@ -130,9 +130,14 @@ bool Server::handleRequest(const QHttpServerRequest &httpRequest, QTcpSocket *so
         return true;
     }
     m_log.append(request);
-    if (const auto canned = m_overrides.take(request.path); canned && canned->passThrough)
-        answer(socket, *canned, m_router.dispatch(request));
-    else if (canned)
+    if (const auto canned = m_overrides.take(request.path); canned && canned->passThrough) {
+        // Served when the delay is over, as a slow service would act on it only then.
+        QTimer::singleShot(std::max(0, canned->delayMs), socket,
+                           [this, socket, request, later = *canned]() mutable {
+                               later.delayMs = 0;
+                               answer(socket, later, m_router.dispatch(request));
+                           });
+    } else if (canned)
         answer(socket, *canned);
     else
         m_router.dispatch(request).send(socket);

@@ -56,6 +56,7 @@ public:
 
     // The demo account.
     bool autoExecuteEnabled() const { return m_account.autoExecuteEnabled(); }
+    void setAutoExecuteEnabled(bool enabled) { m_account.setAutoExecuteEnabled(enabled); }
     bool killSwitch() const { return m_account.killSwitch(); }
     void setKillSwitch(bool engaged) { m_account.setKillSwitch(engaged); }
     // A null decidedAt leaves the swing answer without one (no decision yet).
