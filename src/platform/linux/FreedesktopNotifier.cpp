@@ -60,7 +60,7 @@ void FreedesktopNotifier::requestPermission(Permissions, std::function<void(bool
     pending->arrival =
         new QDBusServiceWatcher(service, m_bus, QDBusServiceWatcher::WatchForRegistration, this);
     connect(pending->arrival, &QDBusServiceWatcher::serviceRegistered, this,
-            [pending] { QTimer::singleShot(0, [pending] { pending->give(true); }); });
+            [this, pending] { QTimer::singleShot(0, this, [pending] { pending->give(true); }); });
 
     const QDBusMessage call = QDBusMessage::createMethodCall(
         service, path, interface, QStringLiteral("GetServerInformation"));
