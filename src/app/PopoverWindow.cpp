@@ -25,8 +25,6 @@ PopoverWindow::PopoverWindow(QWidget *parent)
     auto *layout = new QVBoxLayout(this);
     // Room for the hairline border: popups get no frame from the window manager.
     layout->setContentsMargins(1, 1, 1, 1);
-    // The window takes its content's size as it changes, shrinking too (after "Sign out").
-    layout->setSizeConstraint(QLayout::SetFixedSize);
 }
 
 void PopoverWindow::setContent(QWidget *content)
@@ -35,6 +33,9 @@ void PopoverWindow::setContent(QWidget *content)
     m_content = content;
     if (content)
         layout()->addWidget(content);
+    // With content the window takes its size as it changes, shrinking too (after "Sign out");
+    // the top-left corner stays put. Without, it keeps the size it is given.
+    layout()->setSizeConstraint(content ? QLayout::SetFixedSize : QLayout::SetDefaultConstraint);
 }
 
 QSize PopoverWindow::sizeHint() const

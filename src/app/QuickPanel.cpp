@@ -27,8 +27,6 @@ QuickPanel::QuickPanel(QWidget *parent)
     setFocusPolicy(Qt::StrongFocus);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    // The panel takes its content's size as it changes; its top-left corner stays put.
-    layout->setSizeConstraint(QLayout::SetFixedSize);
     resize(emptySize);
 }
 
@@ -38,6 +36,9 @@ void QuickPanel::setContent(QWidget *content)
     m_content = content;
     if (content)
         layout()->addWidget(content);
+    // With content the window takes its size as it changes, shrinking too (after "Sign out");
+    // the top-left corner stays put. Without, it keeps the size it is given.
+    layout()->setSizeConstraint(content ? QLayout::SetFixedSize : QLayout::SetDefaultConstraint);
 }
 
 QSize QuickPanel::sizeHint() const
