@@ -75,15 +75,15 @@ private Q_SLOTS:
         QStringList flood;
         for (int i = 0; i < 1000; ++i)
             flood << u"mireopulse://open"_s;
-        QTest::newRow("Open, a flood") << u"Open"_s << QVariantList{flood, none} << false << 0
-                                       << QStringList();
+        QTest::newRow("Open, a flood")
+            << u"Open"_s << QVariantList{flood, none} << false << 0 << QStringList();
         QTest::newRow("Open, wrong types")
             << u"Open"_s << QVariantList{42, u"x"_s} << false << 0 << QStringList();
         QTest::newRow("ActivateAction does nothing")
             << u"ActivateAction"_s << QVariantList{u"quit"_s, QVariantList(), none} << true << 0
             << QStringList();
-        QTest::newRow("unknown method") << u"Quit"_s << QVariantList() << false << 0
-                                        << QStringList();
+        QTest::newRow("unknown method")
+            << u"Quit"_s << QVariantList() << false << 0 << QStringList();
     }
     void callsReachTheOwner()
     {

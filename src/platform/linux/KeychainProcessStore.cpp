@@ -11,6 +11,7 @@
 #include <QPointer>
 #include <QProcess>
 #include <QTimer>
+#include <fcntl.h>
 
 using namespace keychain_requests;
 
@@ -166,6 +167,10 @@ void KeychainProcessStore::startNextWriter()
         if (error == QProcess::FailedToStart)
             done();
     });
+    // A writer under a hold keeps the lock open: should this process die before the write has
+    // landed, the next process waits for it instead of reading the token it replaces.
+    if (const int lock = m_heldLock; lock >= 0)
+        writer->setChildProcessModifier([lock] { ::fcntl(lock, F_SETFD, 0); });
     startHelper(*writer, m_program, m_service);
     writer->write(batch); // kept until the helper runs, should that take longer
     // The requests are in the pipe before this returns: a helper outlives an app killed a

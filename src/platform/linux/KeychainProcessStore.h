@@ -60,4 +60,5 @@ private:
     quint64 m_asked = 0;    // writes asked for
     quint64 m_carried = 0;  // writes handed to a helper, finished or not
     quint64 m_finished = 0; // writes whose helper has finished
+    int m_heldLock = -1;    // the hold's lock file while this process holds it
 };

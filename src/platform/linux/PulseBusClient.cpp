@@ -50,7 +50,8 @@ std::optional<State> readState(const QDBusConnection &bus, std::chrono::millisec
         return std::nullopt;
     QDBusMessage message = call("org.freedesktop.DBus.Properties", QStringLiteral("GetAll"));
     message << QString::fromLatin1(stateInterface);
-    const QDBusReply<QVariantMap> reply = bus.call(message, QDBus::BlockWithGui, int(timeout.count()));
+    const QDBusReply<QVariantMap> reply =
+        bus.call(message, QDBus::BlockWithGui, int(timeout.count()));
     if (!reply.isValid())
         return std::nullopt;
     const QVariant title = reply.value().value(QStringLiteral("Title"));

@@ -20,6 +20,8 @@ public:
     bool tryLock();
     bool isLocked() const { return m_locked; }
     void unlock();
+    // The lock's file; a child process that keeps it open keeps the lock after we are gone.
+    int fileDescriptor() const { return m_fd; }
 
     // Tries until `patience` runs out, without blocking the event loop; empty if never had.
     static QCoro::Task<std::unique_ptr<UserLock>> acquire(QString fileName,
