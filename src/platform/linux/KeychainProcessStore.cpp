@@ -115,13 +115,22 @@ QCoro::Task<std::unique_ptr<SecretStore::Hold>> KeychainProcessStore::hold()
     struct LockHold final : Hold
     {
         std::unique_ptr<UserLock> lock;
+        QPointer<KeychainProcessStore> store;
+        ~LockHold() override
+        {
+            if (store)
+                store->m_heldLock = -1;
+        }
     };
+    QPointer<KeychainProcessStore> self(this);
     std::unique_ptr<UserLock> lock = co_await UserLock::acquire(
         QStringLiteral("mireo-pulse-keychain-%1.lock").arg(m_service), m_holdPatience);
-    if (!lock)
+    if (!self || !lock)
         co_return std::unique_ptr<Hold>();
     auto held = std::make_unique<LockHold>();
+    m_heldLock = lock->fileDescriptor();
     held->lock = std::move(lock);
+    held->store = this;
     co_return held;
 }
 
