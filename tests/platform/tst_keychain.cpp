@@ -5,6 +5,9 @@
 
 #include <QCoroTask>
 #include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTimer>
 #include <QTest>
 #include <memory>
 
@@ -67,6 +70,25 @@ private Q_SLOTS:
         }
         QVERIFY(spent.elapsed() < 5000);
         QVERIFY(!KeychainSecretStore(service).read(key));
+    }
+
+    // A keychain waiting for its password: the event loop goes on, and the read ends unanswered.
+    void aSilentKeychainBlocksNothing()
+    {
+        QTemporaryDir dir;
+        QFile helper(dir.filePath(u"silent-helper"_s));
+        QVERIFY(helper.open(QIODevice::WriteOnly));
+        helper.write("#!/bin/sh\nexec sleep 30\n");
+        helper.close();
+        helper.setPermissions(QFile::ReadOwner | QFile::ExeOwner);
+        KeychainProcessStore store(helper.fileName(), service);
+        store.setReadLimit(std::chrono::milliseconds(500));
+        int ticks = 0;
+        QTimer ticker;
+        connect(&ticker, &QTimer::timeout, this, [&ticks] { ++ticks; });
+        ticker.start(20);
+        QVERIFY(!QCoro::waitFor(store.read(key)).answered);
+        QVERIFY2(ticks >= 10, qPrintable(QString::number(ticks)));
     }
 
     // One process at a time holds the keychain for a read and a replace.
