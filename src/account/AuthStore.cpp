@@ -148,7 +148,7 @@ QCoro::Task<> AuthStore::refreshSession()
         co_return;
 
     if (response.status == 400 || response.status == 401) {
-        co_await forgetSession();
+        co_await forgetSession(Holding::Already);
         co_return;
     }
     const std::optional<net::Json> body =
@@ -203,12 +203,12 @@ QCoro::Task<> AuthStore::restore()
 
 void AuthStore::signOut()
 {
-    forgetSession();
+    forgetSession(Holding::NotYet);
 }
 
-QCoro::Task<> AuthStore::forgetSession()
+QCoro::Task<> AuthStore::forgetSession(Holding holding)
 {
-    QCoro::Task<> removed = m_secrets.remove(QString::fromLatin1(refreshTokenKey));
+    QPointer<AuthStore> self(this);
     m_accessToken.reset();
     m_expiresAt = QDateTime();
     setIsSignedIn(false);
@@ -219,7 +219,15 @@ QCoro::Task<> AuthStore::forgetSession()
     m_defaults.remove(portfolioCacheKey);
     m_defaults.remove(portfolioAsOfKey);
     m_defaults.sync();
-    co_await std::move(removed);
+    // Under the hold, so a renewal under way in another process cannot store its new token
+    // after the delete; a hold not had in time still deletes.
+    std::unique_ptr<SecretStore::Hold> hold;
+    if (holding == Holding::NotYet) {
+        hold = co_await m_secrets.hold();
+        if (!self)
+            co_return;
+    }
+    co_await m_secrets.remove(QString::fromLatin1(refreshTokenKey));
 }
 
 QCoro::Task<std::optional<QByteArray>> AuthStore::bearerGET(QString path)

@@ -101,7 +101,8 @@ private:
     QCoro::Task<> loadTodayDecision();
     QCoro::Task<> loadPositions();
     // signOut, finishing once the keychain has forgotten the token.
-    QCoro::Task<> forgetSession();
+    enum class Holding { NotYet, Already };
+    QCoro::Task<> forgetSession(Holding holding);
     void restorePortfolioCache();
     QCoro::Task<std::optional<QString>> storedRefreshToken();
 
