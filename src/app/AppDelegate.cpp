@@ -106,6 +106,7 @@ void AppDelegate::updateTitle()
 {
     if (m_statusItem)
         m_statusItem->setTitle(menuTitle());
+    Q_EMIT titleUpdated();
 }
 
 void AppDelegate::maybeShowOnboarding()
