@@ -16,6 +16,27 @@ template <typename T> struct Freed
 };
 } // namespace
 
+namespace {
+QString textProperty(xcb_connection_t *connection, xcb_window_t window, xcb_atom_t property)
+{
+    Freed<xcb_get_property_reply_t> value{xcb_get_property_reply(
+        connection,
+        xcb_get_property(connection, 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, 256),
+        nullptr)};
+    if (!value)
+        return QString();
+    return QString::fromUtf8(static_cast<const char *>(xcb_get_property_value(value.reply)),
+                             xcb_get_property_value_length(value.reply));
+}
+
+xcb_atom_t atomNamed(xcb_connection_t *connection, const char *name)
+{
+    Freed<xcb_intern_atom_reply_t> atom{xcb_intern_atom_reply(
+        connection, xcb_intern_atom(connection, 1, uint16_t(qstrlen(name)), name), nullptr)};
+    return atom ? atom->atom : xcb_atom_t(XCB_ATOM_NONE);
+}
+} // namespace
+
 QList<MappedWindow> mappedWindows(const QByteArray &display)
 {
     QList<MappedWindow> windows;
@@ -25,6 +46,7 @@ QList<MappedWindow> mappedWindows(const QByteArray &display)
         return windows;
     }
     const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+    const xcb_atom_t netName = atomNamed(connection, "_NET_WM_NAME");
     Freed<xcb_query_tree_reply_t> tree{
         xcb_query_tree_reply(connection, xcb_query_tree(connection, root), nullptr)};
     if (tree) {
@@ -38,19 +60,13 @@ QList<MappedWindow> mappedWindows(const QByteArray &display)
                 continue;
             Freed<xcb_get_geometry_reply_t> geometry{
                 xcb_get_geometry_reply(connection, xcb_get_geometry(connection, window), nullptr)};
-            Freed<xcb_get_property_reply_t> name{
-                xcb_get_property_reply(connection,
-                                       xcb_get_property(connection, 0, window, XCB_ATOM_WM_NAME,
-                                                        XCB_GET_PROPERTY_TYPE_ANY, 0, 256),
-                                       nullptr)};
             MappedWindow mapped;
             mapped.id = window;
             if (geometry)
                 mapped.frame = QRect(geometry->x, geometry->y, geometry->width, geometry->height);
-            if (name)
-                mapped.name =
-                    QString::fromUtf8(static_cast<const char *>(xcb_get_property_value(name.reply)),
-                                      xcb_get_property_value_length(name.reply));
+            mapped.name = textProperty(connection, window, XCB_ATOM_WM_NAME);
+            if (netName != XCB_ATOM_NONE)
+                mapped.title = textProperty(connection, window, netName);
             windows.append(mapped);
         }
     }

@@ -10,8 +10,9 @@ namespace testing {
 struct MappedWindow
 {
     quint32 id = 0;
-    QString name; // WM_NAME, empty when unset
-    QRect frame;  // in root coordinates
+    QString name;  // WM_NAME, empty when unset
+    QString title; // _NET_WM_NAME, the title a window manager shows; empty when unset
+    QRect frame;   // in root coordinates
 };
 
 // The top-level windows that are mapped (visible) on `display` right now, as the X server sees
