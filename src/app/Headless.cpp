@@ -1,8 +1,10 @@
 #include "app/Headless.h"
 
 #include "app/StatusReport.h"
+#include "app/WaybarLine.h"
 #include "net/Clock.h"
 #include "settings/Defaults.h"
+#include "settings/L.h"
 #include "settings/MireoConfig.h"
 
 #include <QCoreApplication>
@@ -38,8 +40,10 @@ QByteArray headlessLine(HeadlessOutput output, AppCore &core)
 {
     if (output == HeadlessOutput::Title)
         return core.menuTitle().toUtf8();
-    return QJsonDocument(statusReport(core.menuTitle(), core.pulse(), core.auth()))
-        .toJson(QJsonDocument::Compact);
+    const QJsonObject report = statusReport(core.menuTitle(), core.pulse(), core.auth());
+    if (output == HeadlessOutput::Waybar)
+        return waybarLine(report, net::Clock::system().now(), L::isPT());
+    return QJsonDocument(report).toJson(QJsonDocument::Compact);
 }
 
 AuthStore::Endpoints builtInEndpoints()

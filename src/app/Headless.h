@@ -8,7 +8,7 @@
 
 #include <functional>
 
-enum class HeadlessOutput { Title, StatusJson };
+enum class HeadlessOutput { Title, StatusJson, Waybar };
 
 // For status bars, scripts and tests: builds the services as the app does, waits until the
 // first public refresh (statistics included) and the session restore (account load included)
@@ -33,6 +33,6 @@ struct HeadlessServices
 // restore (account load included) have finished.
 void afterFirstLoad(AppCore &core, std::function<void()> then);
 
-// What the surfaces print: the title, or the status JSON object on one line.
+// What the surfaces print: the title, the status JSON object or waybar's JSON, on one line.
 QByteArray headlessLine(HeadlessOutput output, AppCore &core);
 void printLine(const QByteArray &line);
