@@ -51,7 +51,8 @@ QByteArray waybarLine(const QJsonObject &status, const QDateTime &now, bool isPT
     const QJsonObject line{
         {QStringLiteral("text"),
          (title.isEmpty() ? QStringLiteral("M\u00B7") : title).toHtmlEscaped()},
-        {QStringLiteral("tooltip"), ui::panelSummary(status, now, isPT, locale).toHtmlEscaped()},
+        {QStringLiteral("tooltip"),
+         ui::panelSummary(status, now, isPT, ui::AgeForm::Clock, locale).toHtmlEscaped()},
         {QStringLiteral("class"), QJsonArray::fromStringList(panelClasses(status))},
         {QStringLiteral("alt"), metric.isEmpty() ? QStringLiteral("book") : metric}};
     return QJsonDocument(line).toJson(QJsonDocument::Compact);

@@ -34,7 +34,7 @@ std::optional<QDateTime> older(std::optional<QDateTime> a, std::optional<QDateTi
 
 } // namespace
 
-QString panelSummary(const QJsonObject &status, const QDateTime &now, bool isPT,
+QString panelSummary(const QJsonObject &status, const QDateTime &now, bool isPT, AgeForm form,
                      const FormatLocale &locale)
 {
     const auto tr = [isPT](const char *english, const char *portuguese) {
@@ -80,7 +80,9 @@ QString panelSummary(const QJsonObject &status, const QDateTime &now, bool isPT,
     if (const auto accountError = text(account.value(QStringLiteral("lastError"))))
         age.append(*accountError);
 
-    if (asOf)
+    if (asOf && form == AgeForm::Clock)
+        age.append(tr("as of ", "às ") + shortTime(*asOf, locale));
+    else if (asOf)
         age.append(freshnessBadge(*asOf, now, isPT, locale).text);
     if (!age.isEmpty())
         lines.append(age.join(QStringLiteral(" · ")));
