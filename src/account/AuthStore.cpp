@@ -13,6 +13,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QPointer>
+#include <QScopeGuard>
 #include <QTimer>
 #include <QUrlQuery>
 #include <charconv>
@@ -64,14 +65,14 @@ AuthStore::AuthStore(net::HttpClient &http, Defaults &defaults, const net::Clock
     : QObject(parent), m_http(http), m_defaults(defaults), m_clock(clock), m_secrets(secrets),
       m_browser(browser), m_endpoints(std::move(endpoints))
 {
-    restorePortfolioCache();
     // On the next turn, once whoever created the store is listening.
     QTimer::singleShot(0, this, [this] { restore(); });
 }
 
-bool AuthStore::hasStoredRefreshToken()
+QCoro::Task<std::optional<QString>> AuthStore::storedRefreshToken()
 {
-    return m_secrets.read(QString::fromLatin1(refreshTokenKey)).has_value();
+    const SecretStore::Read stored = co_await m_secrets.read(QString::fromLatin1(refreshTokenKey));
+    co_return stored.value;
 }
 
 void AuthStore::beginSignIn()
@@ -103,6 +104,7 @@ void AuthStore::handleCallback(const QUrl &url)
             parseSeconds(values.value(QStringLiteral("expires_in"), QStringLiteral("3600")))
                 .value_or(defaultLifetimeSeconds);
         m_expiresAt = after(m_clock.now(), lifetime);
+        // Finishes on its own; the keychain orders it before any later read.
         m_secrets.replace(QString::fromLatin1(refreshTokenKey), *refreshToken);
         setIsSignedIn(true);
         setLastError(std::nullopt);
@@ -118,12 +120,21 @@ void AuthStore::handleCallback(const QUrl &url)
 
 QCoro::Task<> AuthStore::refreshSession()
 {
-    const std::optional<QString> refreshToken =
-        m_secrets.read(QString::fromLatin1(refreshTokenKey));
-    if (!refreshToken)
+    QPointer<AuthStore> self(this);
+    // The backend's refresh tokens work once: from the read to the write of the rotated token,
+    // no other process of this user may read the one we are about to spend.
+    const std::unique_ptr<SecretStore::Hold> hold = co_await m_secrets.hold();
+    if (!self || !hold)
+        co_return;
+    ++m_renewals;
+    const auto renewed = qScopeGuard([self] {
+        if (self && --self->m_renewals == 0)
+            Q_EMIT self->renewalFinished();
+    });
+    const std::optional<QString> refreshToken = co_await storedRefreshToken();
+    if (!self || !refreshToken)
         co_return;
 
-    QPointer<AuthStore> self(this);
     net::HttpRequest request;
     request.method = "POST";
     request.url = under(m_endpoints.supabase, QStringLiteral("auth/v1/token"));
@@ -137,7 +148,7 @@ QCoro::Task<> AuthStore::refreshSession()
         co_return;
 
     if (response.status == 400 || response.status == 401) {
-        signOut();
+        co_await forgetSession(Holding::Already);
         co_return;
     }
     const std::optional<net::Json> body =
@@ -154,17 +165,22 @@ QCoro::Task<> AuthStore::refreshSession()
                                            ? expiresIn->get<double>()
                                            : defaultLifetimeSeconds);
     const auto rotated = body->find("refresh_token");
-    if (rotated != body->end() && rotated->is_string())
-        m_secrets.replace(QString::fromLatin1(refreshTokenKey),
-                          QString::fromStdString(rotated->get<std::string>()));
+    QCoro::Task<> stored =
+        rotated != body->end() && rotated->is_string()
+            ? m_secrets.replace(QString::fromLatin1(refreshTokenKey),
+                                QString::fromStdString(rotated->get<std::string>()))
+            : QCoro::Task<>();
     setIsSignedIn(true);
     setLastError(std::nullopt);
+    // The hold ends only once the rotated token is in the keychain.
+    if (!stored.isReady())
+        co_await std::move(stored);
 }
 
 QCoro::Task<> AuthStore::refreshIfNeeded()
 {
-    if (!m_isSignedIn && !hasStoredRefreshToken())
-        co_return;
+    // Signed out, the expiry is the distant past: the renewal's own keychain read then finds
+    // whether there is a session to renew, so the keychain is read once, not twice.
     const QDateTime renewAt =
         m_expiresAt.isValid() ? m_expiresAt.addSecs(-expiryMargin.count()) : QDateTime();
     if (!renewAt.isValid() || m_clock.now() > renewAt)
@@ -174,7 +190,9 @@ QCoro::Task<> AuthStore::refreshIfNeeded()
 QCoro::Task<> AuthStore::restore()
 {
     QPointer<AuthStore> self(this);
-    if (hasStoredRefreshToken()) {
+    const std::optional<QString> stored = co_await storedRefreshToken();
+    if (self && stored) {
+        restorePortfolioCache();
         co_await refreshSession();
         if (self && m_isSignedIn)
             co_await loadPortfolio();
@@ -185,7 +203,12 @@ QCoro::Task<> AuthStore::restore()
 
 void AuthStore::signOut()
 {
-    m_secrets.remove(QString::fromLatin1(refreshTokenKey));
+    forgetSession(Holding::NotYet);
+}
+
+QCoro::Task<> AuthStore::forgetSession(Holding holding)
+{
+    QPointer<AuthStore> self(this);
     m_accessToken.reset();
     m_expiresAt = QDateTime();
     setIsSignedIn(false);
@@ -196,6 +219,15 @@ void AuthStore::signOut()
     m_defaults.remove(portfolioCacheKey);
     m_defaults.remove(portfolioAsOfKey);
     m_defaults.sync();
+    // Under the hold, so a renewal under way in another process cannot store its new token
+    // after the delete; a hold not had in time still deletes.
+    std::unique_ptr<SecretStore::Hold> hold;
+    if (holding == Holding::NotYet) {
+        hold = co_await m_secrets.hold();
+        if (!self)
+            co_return;
+    }
+    co_await m_secrets.remove(QString::fromLatin1(refreshTokenKey));
 }
 
 QCoro::Task<std::optional<QByteArray>> AuthStore::bearerGET(QString path)
@@ -297,9 +329,6 @@ QCoro::Task<bool> AuthStore::setAutoExecution(bool enabled)
 
 void AuthStore::restorePortfolioCache()
 {
-    // A cache left behind by a signed-out user is never shown.
-    if (!hasStoredRefreshToken())
-        return;
     const std::optional<QDateTime> asOf = m_defaults.date(portfolioAsOfKey);
     const std::optional<QByteArray> data = m_defaults.data(portfolioCacheKey);
     if (!data)

@@ -48,8 +48,7 @@ public:
         QByteArray anonKey;
     };
 
-    // Shows the cached portfolio (only while a refresh token is stored), then restores the
-    // session on the next turn of the event loop.
+    // Restores the session on the next turn of the event loop.
     AuthStore(net::HttpClient &http, Defaults &defaults, const net::Clock &clock,
               SecretStore &secrets, Browser &browser, Endpoints endpoints,
               QObject *parent = nullptr);
@@ -61,6 +60,8 @@ public:
     const std::optional<TodayDecision> &todayDecision() const { return m_todayDecision; }
     std::optional<QString> lastError() const { return m_lastError; }
     const QList<Position> &positions() const { return m_positions; }
+    // A token renewal holds the keychain from its read until the rotated token is stored.
+    bool isRenewing() const { return m_renewals > 0; }
 
     // Opens the sign-in page in the browser; the tokens come back through handleCallback.
     void beginSignIn();
@@ -69,7 +70,8 @@ public:
     // Renews the access token when it lapses within the margin; awaited before every
     // authenticated request.
     QCoro::Task<> refreshIfNeeded();
-    // Launch: refresh the stored session and load the account. Emits restoreFinished.
+    // Launch: with a refresh token stored, show the cached portfolio, refresh the session and
+    // load the account. Emits restoreFinished.
     QCoro::Task<> restore();
     void signOut();
 
@@ -91,13 +93,18 @@ Q_SIGNALS:
     void positionsChanged();
     // The launch restore (refresh and account load) has finished, whatever its outcome.
     void restoreFinished();
+    // The last renewal under way has let go of the keychain.
+    void renewalFinished();
 
 private:
     QCoro::Task<> refreshSession();
     QCoro::Task<> loadTodayDecision();
     QCoro::Task<> loadPositions();
+    // signOut, finishing once the keychain has forgotten the token.
+    enum class Holding { NotYet, Already };
+    QCoro::Task<> forgetSession(Holding holding);
     void restorePortfolioCache();
-    bool hasStoredRefreshToken();
+    QCoro::Task<std::optional<QString>> storedRefreshToken();
 
     void setIsSignedIn(bool value);
     void setSigningIn(bool value);
@@ -124,4 +131,5 @@ private:
 
     std::optional<QString> m_accessToken; // memory only
     QDateTime m_expiresAt;                // invalid: the distant past, so a fresh store is expired
+    int m_renewals = 0;                   // renewals holding the keychain
 };

@@ -15,6 +15,7 @@ public:
     AccountPoll(AuthStore &auth, const net::Clock &clock, QObject *parent = nullptr);
 
     void start(std::chrono::milliseconds interval = std::chrono::seconds(60));
+    void stop() { m_timer.stop(); }
     qint64 ticks() const { return m_tick; }
 
 Q_SIGNALS:

@@ -34,13 +34,34 @@ void AppCore::relayChangesOf(QObject &source)
 
 void AppCore::startAccountCycle()
 {
+    m_announcing = true;
     m_notifications.requestPermission();
     m_poll.start(MireoConfig::accountPollInterval());
     // The store restores the session by itself at start-up; the first check follows it.
-    connect(
-        &m_auth, &AuthStore::restoreFinished, this, [this] { m_notifications.check(m_auth); },
-        Qt::SingleShotConnection);
-    connect(&m_poll, &AccountPoll::accountLoaded, this, [this] { m_notifications.check(m_auth); });
+    connect(&m_auth, &AuthStore::restoreFinished, this, &AppCore::checkIfAnnouncer,
+            Qt::SingleShotConnection);
+    connect(&m_poll, &AccountPoll::accountLoaded, this, &AppCore::checkIfAnnouncer);
+}
+
+void AppCore::checkIfAnnouncer()
+{
+    // Another process announcing now means a later check here, once it has stopped.
+    if (m_announcing && m_announcer.tryLock())
+        m_notifications.check(m_auth);
+}
+
+void AppCore::standDown()
+{
+    m_announcing = false;
+    m_poll.stop();
+    m_announcer.unlock();
+    if (!m_auth.isRenewing()) {
+        Q_EMIT stoodDown();
+        return;
+    }
+    // Cut short, a renewal the service has answered would lose the rotated token.
+    connect(&m_auth, &AuthStore::renewalFinished, this, &AppCore::stoodDown,
+            Qt::SingleShotConnection);
 }
 
 QString AppCore::menuTitle() const

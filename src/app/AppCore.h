@@ -4,6 +4,7 @@
 #include "app/AccountPoll.h"
 #include "net/HttpClient.h"
 #include "notify/NotificationStore.h"
+#include "platform/linux/UserLock.h"
 #include "pulse/PulseStore.h"
 
 #include <QObject>
@@ -34,17 +35,23 @@ public:
     // (every fifth outside market hours) and checks for news after the launch restore and after
     // every poll. The one-shot surfaces never start it.
     void startAccountCycle();
+    // Stops polling and announcing, for a process that hands over to the app: whatever is
+    // under way finishes, and stoodDown() follows once no token renewal is.
+    void standDown();
 
     // The panel title for the chosen metric.
     QString menuTitle() const;
 
 Q_SIGNALS:
+    void stoodDown();
     // A published field of a store or of the settings changed. Emitted as the change is
     // announced: read the values on the next turn of the event loop.
     void changed();
 
 private:
     void relayChangesOf(QObject &source);
+    // One process per user announces notifications: whoever holds this.
+    void checkIfAnnouncer();
 
     // Declared first: outlives the stores whose requests it carries.
     net::HttpClient m_http;
@@ -52,4 +59,6 @@ private:
     AuthStore m_auth;
     NotificationStore m_notifications;
     AccountPoll m_poll;
+    UserLock m_announcer{QStringLiteral("mireo-pulse-announcer.lock")};
+    bool m_announcing = false;
 };

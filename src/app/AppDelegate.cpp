@@ -109,10 +109,11 @@ QWidget *AppDelegate::makePulseView()
 
 void AppDelegate::updateTitle()
 {
-    if (!m_statusItem)
-        return;
-    m_statusItem->setTitle(menuTitle());
-    m_statusItem->toolTipChanged();
+    if (m_statusItem) {
+        m_statusItem->setTitle(menuTitle());
+        m_statusItem->toolTipChanged();
+    }
+    Q_EMIT titleUpdated();
 }
 
 void AppDelegate::maybeShowOnboarding()

@@ -28,12 +28,16 @@ public:
     // first-run window, notch check and probe.
     void didFinishLaunching();
 
-    // A mireopulse: URL, from our command line or a later launch.
+    // A mireopulse: URL, from our command line or the bus.
     void handleUrl(const QString &url);
     void toggleQuickPanel();
 
     QString menuTitle() const { return m_services.core.menuTitle(); }
     AppCore &core() { return m_services.core; }
+
+Q_SIGNALS:
+    // The title was set again after a change: what the panel and the bus show.
+    void titleUpdated();
 
 private:
     QWidget *makePulseView();

@@ -1,7 +1,9 @@
 #include "app/DesktopMode.h"
 
 #include "app/AppDelegate.h"
-#include "app/SingleInstance.h"
+#include "app/UrlRouting.h"
+#include "platform/linux/PulseBus.h"
+#include "platform/linux/PulseBusClient.h"
 
 #include <QApplication>
 #include <cstring>
@@ -28,26 +30,35 @@ int runDesktop(int argc, char *argv[])
 {
     QApplication app(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
-    // What the desktop runs for a mireopulse: link is "mireo-pulse URL".
-    const QString url = arguments.size() > 1 ? arguments.last() : QString();
+    // What a launcher that does not activate over the bus runs for a link: "mireo-pulse URL".
+    const QString link = arguments.size() > 1 ? arguments.last() : QString();
 
-    SingleInstance instance;
-    switch (instance.start(url)) {
-    case SingleInstance::Role::Forwarded:
-        return 0;
-    case SingleInstance::Role::Failed:
-        return 1;
-    case SingleInstance::Role::Primary:
-    case SingleInstance::Role::Alone:
+    PulseBusService bus;
+    switch (bus.claim()) {
+    case PulseBusService::Claim::Taken:
+        // The desktop only hands us links of our scheme; anything else counts as no link.
+        return pulse_bus::handOver(QDBusConnection::sessionBus(),
+                                   isCallbackUrl(link) ? link : QString())
+                   ? 0
+                   : 1;
+    case PulseBusService::Claim::Owner:
+    case PulseBusService::Claim::NoBus:
         break;
     }
 
     AppDelegate delegate;
-    QObject::connect(&instance, &SingleInstance::urlReceived, &delegate, &AppDelegate::handleUrl);
-    QObject::connect(&instance, &SingleInstance::toggleRequested, &delegate,
+    const auto publish = [&bus, &delegate] {
+        bus.publish(delegate.menuTitle(), QString::fromUtf8(statusJson(delegate.core())));
+    };
+    publish();
+    QObject::connect(&delegate, &AppDelegate::titleUpdated, &bus, publish);
+    QObject::connect(&bus, &PulseBusService::activateRequested, &delegate,
                      &AppDelegate::toggleQuickPanel);
+    QObject::connect(&bus, &PulseBusService::linkReceived, &delegate, &AppDelegate::handleUrl);
+    // A link that started the app waits for launch like one that arrives over the bus.
+    if (!link.isEmpty())
+        bus.open({link});
     delegate.didFinishLaunching();
-    // A URL that started the app is handled now that launch has finished.
-    instance.launchFinished();
+    bus.launchFinished();
     return QApplication::exec();
 }

@@ -1,35 +1,125 @@
 #include "app/Follow.h"
 
+#include "platform/linux/PulseBusClient.h"
 #include "settings/AppSettings.h"
 #include "settings/Defaults.h"
 #include "settings/SettingsFileWatcher.h"
 
 #include <QCoreApplication>
 #include <QTimer>
+#include <memory>
+
+namespace {
+
+// The services as the app runs them, for as long as no app does.
+struct RunningAlone
+{
+    HeadlessServices services;
+    SettingsFileWatcher settingsWatcher{Defaults::shared(), AppSettings::shared()};
+};
+
+class FollowSession : public QObject
+{
+public:
+    FollowSession(HeadlessOutput output, QDBusConnection bus)
+        : m_output(output), m_bus(bus), m_watcher(bus)
+    {
+        // Changes are announced before the values settle and often several at once: print from
+        // the next turn of the event loop.
+        m_nextTurn.setSingleShot(true);
+        m_nextTurn.setInterval(0);
+        connect(&m_nextTurn, &QTimer::timeout, this, [this] {
+            if (m_alone)
+                print(headlessLine(m_output, m_alone->services.core));
+        });
+        connect(&m_watcher, &PulseBusWatcher::appStarted, this, &FollowSession::followApp);
+        connect(&m_watcher, &PulseBusWatcher::appStopped, this, [this] {
+            if (!pulse_bus::appIsRunning(m_bus))
+                runAlone();
+        });
+        connect(&m_watcher, &PulseBusWatcher::stateChanged, this,
+                [this](const std::optional<QString> &title, const std::optional<QString> &status) {
+                    if (m_alone)
+                        return;
+                    m_app.title = title.value_or(m_app.title);
+                    m_app.status = status.value_or(m_app.status);
+                    print(surfaceLine(m_output, m_app.title, m_app.status.toUtf8()));
+                });
+        if (const auto app = pulse_bus::readState(m_bus))
+            showApp(*app);
+        else
+            runAlone();
+    }
+
+private:
+    void followApp()
+    {
+        if (const auto app = pulse_bus::readState(m_bus))
+            showApp(*app);
+    }
+
+    void showApp(const pulse_bus::State &app)
+    {
+        // One process per user announces: the app. Its caches are its own to write.
+        retireAlone();
+        m_app = app;
+        print(surfaceLine(m_output, app.title, app.status.toUtf8()));
+    }
+
+    void retireAlone()
+    {
+        if (!m_alone)
+            return;
+        m_retiring = std::move(m_alone);
+        AppCore &core = m_retiring->services.core;
+        disconnect(&core, nullptr, &m_nextTurn, nullptr);
+        connect(&core, &AppCore::stoodDown, this, [this] {
+            QTimer::singleShot(0, this, [this] {
+                m_retiring.reset();
+                if (!pulse_bus::appIsRunning(m_bus))
+                    runAlone();
+            });
+        });
+        core.standDown();
+    }
+
+    void runAlone()
+    {
+        if (m_alone || m_retiring)
+            return;
+        m_alone = std::make_unique<RunningAlone>();
+        AppCore &core = m_alone->services.core;
+        connect(&core, &AppCore::changed, &m_nextTurn, qOverload<>(&QTimer::start));
+        m_nextTurn.start();
+        core.startAccountCycle();
+    }
+
+    // Only what differs from the last line.
+    void print(const QByteArray &line)
+    {
+        if (line == m_last)
+            return;
+        m_last = line;
+        printLine(line);
+        // Nothing else would save the caches before the process is stopped.
+        if (m_alone)
+            Defaults::shared().sync();
+    }
+
+    const HeadlessOutput m_output;
+    QDBusConnection m_bus;
+    PulseBusWatcher m_watcher;
+    QTimer m_nextTurn;
+    std::unique_ptr<RunningAlone> m_alone;
+    std::unique_ptr<RunningAlone> m_retiring; // finishing a token renewal before it goes
+    pulse_bus::State m_app;
+    QByteArray m_last;
+};
+
+} // namespace
 
 int runFollow(HeadlessOutput output)
 {
-    HeadlessServices services;
-    AppCore &core = services.core;
-    SettingsFileWatcher settingsWatcher(Defaults::shared(), AppSettings::shared());
-
-    // Changes are announced before the values settle and often several at once: print from
-    // the next turn of the event loop, and only what differs from the last line.
-    QByteArray last;
-    QTimer nextTurn;
-    nextTurn.setSingleShot(true);
-    nextTurn.setInterval(0);
-    QObject::connect(&nextTurn, &QTimer::timeout, &core, [&] {
-        const QByteArray line = headlessLine(output, core);
-        if (line == last)
-            return;
-        last = line;
-        printLine(line);
-        // Nothing else would save the caches before the process is stopped.
-        Defaults::shared().sync();
-    });
-    QObject::connect(&core, &AppCore::changed, &nextTurn, qOverload<>(&QTimer::start));
-    nextTurn.start();
-    core.startAccountCycle();
+    FollowSession session(output, QDBusConnection::sessionBus());
     return QCoreApplication::exec();
 }

@@ -2,7 +2,9 @@
 
 #include "app/Headless.h"
 
-// For status bars that read a stream (waybar, i3blocks with persist): runs the services with
-// their timers as the app does, prints the current line at once and again each time it changes.
-// Needs a QCoreApplication and no display; runs until the process is stopped.
+// For status bars that read a stream (waybar, polybar, i3blocks with persist): prints the
+// current line at once and again each time it changes, until the process is stopped. While the
+// app runs it follows the app's state on the bus and does nothing else; without it, it runs the
+// services with their timers as the app does, and yields to an app that starts. Needs a
+// QCoreApplication and no display.
 int runFollow(HeadlessOutput output);

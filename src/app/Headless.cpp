@@ -3,6 +3,7 @@
 #include "app/StatusReport.h"
 #include "app/WaybarLine.h"
 #include "net/Clock.h"
+#include "platform/linux/PulseBusClient.h"
 #include "settings/Defaults.h"
 #include "settings/L.h"
 #include "settings/MireoConfig.h"
@@ -18,32 +19,31 @@ void printLine(const QByteArray &line)
     std::fflush(stdout);
 }
 
-namespace {
-
-// AuthStore reads the token as it is created: it must be loaded by then.
-SecretStore &withTokenLoaded(KeychainProcessStore &secrets)
-{
-    secrets.preload(QString::fromLatin1(AuthStore::refreshTokenKey));
-    return secrets;
-}
-
-} // namespace
-
 HeadlessServices::HeadlessServices()
     : secrets(KeychainProcessStore::installedHelper(), MireoConfig::keychainService()),
-      core(Defaults::shared(), net::Clock::system(), withTokenLoaded(secrets), browser, notifier,
-           builtInEndpoints())
+      core(Defaults::shared(), net::Clock::system(), secrets, browser, notifier, builtInEndpoints())
 {
+}
+
+QByteArray statusJson(AppCore &core)
+{
+    return QJsonDocument(statusReport(core.menuTitle(), core.pulse(), core.auth()))
+        .toJson(QJsonDocument::Compact);
+}
+
+QByteArray surfaceLine(HeadlessOutput output, const QString &title, const QByteArray &status)
+{
+    if (output == HeadlessOutput::Title)
+        return title.toUtf8();
+    if (output == HeadlessOutput::Waybar)
+        return waybarLine(QJsonDocument::fromJson(status).object(), net::Clock::system().now(),
+                          L::isPT());
+    return status;
 }
 
 QByteArray headlessLine(HeadlessOutput output, AppCore &core)
 {
-    if (output == HeadlessOutput::Title)
-        return core.menuTitle().toUtf8();
-    const QJsonObject report = statusReport(core.menuTitle(), core.pulse(), core.auth());
-    if (output == HeadlessOutput::Waybar)
-        return waybarLine(report, net::Clock::system().now(), L::isPT());
-    return QJsonDocument(report).toJson(QJsonDocument::Compact);
+    return surfaceLine(output, core.menuTitle(), statusJson(core));
 }
 
 AuthStore::Endpoints builtInEndpoints()
@@ -66,6 +66,10 @@ void afterFirstLoad(AppCore &core, std::function<void()> then)
 
 int runHeadless(HeadlessOutput output)
 {
+    if (const auto app = pulse_bus::readState(QDBusConnection::sessionBus())) {
+        printLine(surfaceLine(output, app->title, app->status.toUtf8()));
+        return 0;
+    }
     HeadlessServices services;
     AppCore &core = services.core;
     afterFirstLoad(core, [&core, output] {

@@ -10,10 +10,11 @@
 
 enum class HeadlessOutput { Title, StatusJson, Waybar };
 
-// For status bars, scripts and tests: builds the services as the app does, waits until the
-// first public refresh (statistics included) and the session restore (account load included)
-// have finished, prints, persists and returns the exit code. Needs a QCoreApplication and no
-// display.
+// For status bars, scripts and tests. While the app runs, reads its state from the bus and
+// prints it: no request, no keychain, no settings written. Otherwise builds the services as the
+// app does, waits until the first public refresh (statistics included) and the session restore
+// (account load included) have finished, prints and persists. Returns the exit code. Needs a
+// QCoreApplication and no display.
 int runHeadless(HeadlessOutput output);
 
 // The endpoints this build talks to.
@@ -33,6 +34,10 @@ struct HeadlessServices
 // restore (account load included) have finished.
 void afterFirstLoad(AppCore &core, std::function<void()> then);
 
-// What the surfaces print: the title, the status JSON object or waybar's JSON, on one line.
+// The status object as one line of JSON text: what --status-json prints and the bus shows.
+QByteArray statusJson(AppCore &core);
+// What the surfaces print (the title, the status JSON or waybar's line), from the panel title
+// and the status object's JSON text, wherever they came from.
+QByteArray surfaceLine(HeadlessOutput output, const QString &title, const QByteArray &status);
 QByteArray headlessLine(HeadlessOutput output, AppCore &core);
 void printLine(const QByteArray &line);

@@ -189,7 +189,7 @@ private Q_SLOTS:
         store.handleCallback(QUrl(url));
         QVERIFY(!store.signingIn());
         QCOMPARE(store.isSignedIn(), signedIn);
-        QCOMPARE(rig.secrets.read(refreshKey).value_or(QString()), storedToken);
+        QCOMPARE(rig.secrets.items.value(refreshKey), storedToken);
         QCOMPARE(store.lastError().value_or(QString()), error);
         if (signedIn) {
             // The access token is in use at once, without a refresh first.
@@ -268,7 +268,7 @@ private Q_SLOTS:
                  QJsonObject({{u"refresh_token"_s, u"R"_s}}));
 
         QCOMPARE(store.isSignedIn(), signedIn);
-        QCOMPARE(rig.secrets.read(refreshKey).value_or(QString()), storedToken);
+        QCOMPARE(rig.secrets.items.value(refreshKey), storedToken);
         if (signedIn) {
             QCOMPARE(store.lastError().value_or(QString()), error);
             QVERIFY(store.portfolio()); // the last numbers stay on screen
@@ -357,13 +357,15 @@ private Q_SLOTS:
         Rig rig;
         const QDateTime asOf(QDate(2025, 3, 6), QTime(20, 0), Qt::UTC);
         if (tokenStored)
-            rig.secrets.replace(refreshKey, u"R"_s);
+            rig.secrets.items.insert(refreshKey, u"R"_s);
         if (!cached.isEmpty())
             rig.defaults->setData(u"cache.portfolio.json"_s, cached);
         if (asOfStored)
             rig.defaults->setDate(u"cache.portfolio.asOf"_s, asOf);
         rig.standin.answer(tokenPath, 503, {}); // the launch refresh fails: offline
         AuthStore &store = rig.start();
+        QSignalSpy restored(&store, &AuthStore::restoreFinished);
+        QCoreApplication::processEvents(); // the launch reads the keychain
 
         // Shown before the network answers, without signing in.
         QCOMPARE(store.portfolio().has_value(), shown);
@@ -374,7 +376,6 @@ private Q_SLOTS:
             if (asOfStored)
                 QCOMPARE(*store.portfolioAsOf(), asOf);
         }
-        QSignalSpy restored(&store, &AuthStore::restoreFinished);
         QVERIFY(QTest::qWaitFor([&] { return restored.count() > 0; }, 5000));
         QCOMPARE(store.portfolio().has_value(), shown);
         QCOMPARE(store.lastError().has_value(), tokenStored);
@@ -463,7 +464,7 @@ private Q_SLOTS:
 
         store.signOut();
         QVERIFY(!store.isSignedIn() && !store.portfolio() && !store.todayDecision());
-        QVERIFY(!rig.secrets.read(refreshKey));
+        QVERIFY(!rig.secrets.items.contains(refreshKey));
         QCOMPARE(store.lastError(), error);
         QVERIFY(!QCoro::waitFor(store.bearerGET(u"api/mobile/portfolio"_s)));
 
@@ -551,7 +552,7 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitFor([&] { return loaded.count() > 0; }, 5000));
         QVERIFY(store.isSignedIn() && store.portfolio() && store.todayDecision());
         QVERIFY(!store.positions().isEmpty());
-        QCOMPARE(rig.secrets.read(refreshKey), session.refreshToken);
+        QCOMPARE(rig.secrets.items.value(refreshKey), session.refreshToken);
 
         QVERIFY(QCoro::waitFor(store.setAutoExecution(false)));
         QVERIFY(!rig.standin.server.autoExecuteEnabled());
@@ -564,19 +565,20 @@ private Q_SLOTS:
         rig.store.reset();
         rig.defaults.reopen();
         AuthStore &restarted = rig.start();
+        QCoreApplication::processEvents(); // the launch reads the keychain
         QCOMPARE(restarted.portfolio(), cached);
         QVERIFY(!restarted.isSignedIn());
         QSignalSpy restored(&restarted, &AuthStore::restoreFinished);
         QVERIFY(QTest::qWaitFor([&] { return restored.count() > 0; }, 5000));
         QVERIFY(restarted.isSignedIn() && !restarted.lastError());
-        QVERIFY(rig.secrets.read(refreshKey) != session.refreshToken);
+        QVERIFY(rig.secrets.items.value(refreshKey) != session.refreshToken);
 
         // A revoked session signs out cleanly on the next renewal.
         rig.standin.server.revokeRefreshTokens();
         rig.clock.set(rig.clock.now().addSecs(2 * 3600));
         QCoro::waitFor(restarted.loadPortfolio());
         QVERIFY(!restarted.isSignedIn() && !restarted.portfolio());
-        QVERIFY(!rig.secrets.read(refreshKey));
+        QVERIFY(!rig.secrets.items.contains(refreshKey));
         QVERIFY(!rig.defaults->data(u"cache.portfolio.json"_s));
     }
 

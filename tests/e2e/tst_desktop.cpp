@@ -1,7 +1,7 @@
 #include "MappedWindows.h"
-#include "support/PrivateXServer.h"
 #include "notify/NotificationServerDouble.h"
 #include "support/PrivateKeyring.h"
+#include "support/PrivateXServer.h"
 #include "support/ProcessRun.h"
 #include "support/SniWatcher.h"
 #include "support/StandinFixture.h"
@@ -11,9 +11,12 @@
 #include <QDBusVariant>
 #include <QDir>
 #include <QFile>
+#include <QJsonDocument>
 #include <QRegularExpression>
+#include <QSet>
 #include <QSignalSpy>
 #include <QTest>
+#include <array>
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -41,7 +44,8 @@ QString describe(const QList<testing::MappedWindow> &windows)
 
 // The real binary in desktop mode on a private X server and session bus, against the in-process
 // stand-in: the panel item and its label, the popover, the quick panel and its hot key, the
-// first-run window, sign-in through a forwarded link, and notifications from the account poll.
+// first-run window, sign-in over the bus, status-bar surfaces beside the app, two launches at
+// once, and notifications from the account poll.
 class TestDesktop : public QObject
 {
     Q_OBJECT
@@ -52,7 +56,9 @@ class TestDesktop : public QObject
     testing::StandinFixture m_standin;
     QTemporaryDir m_home;
     std::unique_ptr<QProcess> m_app;
-    QString m_item; // the bus name of the app's panel item
+    QString m_item;    // the bus name of the app's panel item
+    QProcess m_follow; // a status bar's `--follow` beside the app
+    QByteArray m_followed;
 
     QString dir(const QString &name) const { return m_home.filePath(name); }
 
@@ -155,6 +161,34 @@ class TestDesktop : public QObject
             count += request.path == path;
         return count;
     }
+    // Each refresh token the app and its surfaces presented, in order.
+    QStringList presentedRefreshTokens() const
+    {
+        QStringList tokens;
+        for (const auto &request : m_standin.server.requests()) {
+            if (request.path == u"/auth/v1/token")
+                tokens << QJsonDocument::fromJson(request.body)[u"refresh_token"_s].toString();
+        }
+        return tokens;
+    }
+    // A backend that rotates refresh tokens refuses one presented twice: the session would end.
+    void verifyNoTokenPresentedTwice() const
+    {
+        const QStringList tokens = presentedRefreshTokens();
+        QCOMPARE(QSet<QString>(tokens.cbegin(), tokens.cend()).size(), tokens.size());
+    }
+    QDBusMessage callApp(const QString &method, const QVariantList &arguments)
+    {
+        QDBusMessage message = QDBusMessage::createMethodCall(
+            u"com.mireo.Pulse"_s, u"/com/mireo/Pulse"_s, u"org.freedesktop.Application"_s, method);
+        message.setArguments(arguments);
+        QDBusPendingCall pending = QDBusConnection::sessionBus().asyncCall(message, 10000);
+        if (!QTest::qWaitFor([&] { return pending.isFinished(); }, 12000))
+            return {};
+        return pending.reply();
+    }
+    QList<QByteArray> followedLines() const { return m_followed.split('\n'); }
+
     // Waits until the app has run `polls` more account polls (each ends with the trades call).
     void waitForPolls(int polls)
     {
@@ -185,7 +219,12 @@ private Q_SLOTS:
         // Today's result in dollars once signed in; the public title until then.
         QCOMPARE(runApp({u"--set-metric"_s, u"pnl"_s}).exitCode, 0);
     }
-    void cleanupTestCase() { quit(); }
+    void cleanupTestCase()
+    {
+        quit();
+        m_follow.kill();
+        m_follow.waitForFinished();
+    }
 
     void firstLaunchShowsTheItemAndTheFirstRunWindow()
     {
@@ -248,10 +287,18 @@ private Q_SLOTS:
         QVERIFY(m_app->state() == QProcess::Running);
     }
 
-    void aForwardedSignInLinkSignsTheRunningAppIn()
+    void openOverTheBusSignsTheRunningAppIn()
     {
-        const standin::Session session = m_standin.server.issueSession();
-        QCOMPARE(runApp({session.callbackUrl.toString(QUrl::FullyEncoded)}).exitCode, 0);
+        // A peer that floods the app is refused; the app goes on.
+        QCOMPARE(
+            callApp(u"Open"_s, {QStringList(5000, u"mireopulse://open"_s), QVariantMap()}).type(),
+            QDBusMessage::ErrorMessage);
+        // Access tokens that last a minute and a second: the app renews about every second.
+        const standin::Session session = m_standin.server.issueSession(61);
+        QCOMPARE(callApp(u"Open"_s, {QStringList{session.callbackUrl.toString(QUrl::FullyEncoded)},
+                                     QVariantMap()})
+                     .type(),
+                 QDBusMessage::ReplyMessage);
         QTRY_VERIFY2_WITH_TIMEOUT(pnlTitle.match(label()).hasMatch(), qPrintable(label()), 20000);
         // The first poll after sign-in marks what exists without announcing it.
         QTRY_VERIFY_WITH_TIMEOUT(settingsFile().contains("notify.lastFillAt"), 20000);
@@ -265,6 +312,39 @@ private Q_SLOTS:
         screenshot(u"desktop-popover-signed-in.png"_s);
         QVERIFY(activate(900, 10));
         QTRY_COMPARE_WITH_TIMEOUT(testing::newWindows(before, windows()).size(), 0, 10000);
+    }
+
+    // A status bar beside the app, past several of the app's own renewals: the surfaces read
+    // the app, so no token is ever presented twice and the session survives.
+    void surfacesBesideTheAppReadItAndSpendNoToken()
+    {
+        m_follow.setProcessEnvironment(environment());
+        connect(&m_follow, &QProcess::readyReadStandardOutput, this,
+                [this] { m_followed += m_follow.readAllStandardOutput(); });
+        m_follow.start(QStringLiteral(MIREO_PULSE_BINARY), {u"--follow"_s});
+        QTRY_VERIFY_WITH_TIMEOUT(m_followed.contains('\n'), 20000);
+
+        const int publicRequests = trafficTo(u"/api/public/track-record"_s);
+        const int renewals = presentedRefreshTokens().size();
+        for (int i = 0; i < 6; ++i) {
+            const testing::ProcessRun title = runApp({u"--print-title"_s});
+            QCOMPARE(title.exitCode, 0);
+            QVERIFY2(pnlTitle.match(QString::fromUtf8(title.out.trimmed())).hasMatch(),
+                     title.out.constData());
+        }
+        const testing::ProcessRun status = runApp({u"--status-json"_s});
+        QCOMPARE(QJsonDocument::fromJson(status.out)[u"account"_s][u"signedIn"_s], true);
+        QTRY_VERIFY_WITH_TIMEOUT(presentedRefreshTokens().size() >= renewals + 2, 20000);
+
+        QCOMPARE(trafficTo(u"/api/public/track-record"_s), publicRequests);
+        verifyNoTokenPresentedTwice();
+        QTRY_VERIFY2_WITH_TIMEOUT(pnlTitle.match(label()).hasMatch(), qPrintable(label()), 10000);
+        // The follower printed the app's titles and nothing of its own.
+        for (const QByteArray &line : followedLines())
+            QVERIFY2(line.isEmpty() || publicTitle.match(QString::fromUtf8(line)).hasMatch() ||
+                         pnlTitle.match(QString::fromUtf8(line)).hasMatch(),
+                     line.constData());
+        QVERIFY(m_follow.state() == QProcess::Running);
     }
 
     void eachAccountEventIsAnnouncedOnce_data()
@@ -303,13 +383,70 @@ private Q_SLOTS:
     void aRestartAnnouncesNothingAndSkipsTheFirstRunWindow()
     {
         quit();
+        // Alone, the follower carries on by itself and renews the session it finds.
+        const qsizetype renewals = presentedRefreshTokens().size();
+        QTRY_VERIFY_WITH_TIMEOUT(presentedRefreshTokens().size() > renewals, 20000);
         const qsizetype before = m_notifications.calls.size();
-        launch();
-        // Signed in again from the keychain, the account polled a few times.
+
+        // Two launches at the same moment end with one app.
+        QSignalSpy registered(m_watcher.get(), &SniWatcher::itemRegistered);
+        std::array<std::unique_ptr<QProcess>, 2> launches;
+        for (auto &launch : launches) {
+            launch = std::make_unique<QProcess>();
+            launch->setProcessEnvironment(environment());
+            launch->start(QStringLiteral(MIREO_PULSE_BINARY), QStringList());
+        }
+        const auto ended = [&] {
+            return int(launches[0]->state() == QProcess::NotRunning) +
+                   int(launches[1]->state() == QProcess::NotRunning);
+        };
+        QTRY_COMPARE_WITH_TIMEOUT(ended(), 1, 20000);
+        const int survivor = launches[0]->state() == QProcess::NotRunning ? 1 : 0;
+        QCOMPARE(launches[1 - survivor]->exitCode(), 0);
+        m_app = std::move(launches[survivor]);
+        QTRY_VERIFY_WITH_TIMEOUT(!registered.isEmpty(), 20000);
+        m_item = registered.constLast().constFirst().toString();
+
+        // Signed in again from the keychain, the account polled a few times; the follower
+        // follows the app again.
         QTRY_VERIFY2_WITH_TIMEOUT(pnlTitle.match(label()).hasMatch(), qPrintable(label()), 20000);
         waitForPolls(3);
         QCOMPARE(m_notifications.calls.size(), before);
-        QVERIFY2(windows().isEmpty(), qPrintable(describe(windows())));
+        // The launch that handed over brought up the quick panel, as a second launch does; no
+        // first-run window.
+        QTRY_COMPARE_WITH_TIMEOUT(windows().size(), 1, 10000);
+        QVERIFY2(windows().constFirst().name.isEmpty(), qPrintable(describe(windows())));
+        QVERIFY(press(u"Escape"_s));
+        QTRY_VERIFY_WITH_TIMEOUT(windows().isEmpty(), 10000);
+        QVERIFY(m_follow.state() == QProcess::Running);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            pnlTitle.match(QString::fromUtf8(followedLines().value(followedLines().size() - 2)))
+                .hasMatch(),
+            10000);
+        verifyNoTokenPresentedTwice();
+    }
+
+    // Without the app, two surfaces that start at the same moment renew one after the other.
+    void standaloneSurfacesRenewOneAtATime()
+    {
+        quit();
+        m_follow.kill();
+        m_follow.waitForFinished();
+        const int renewals = presentedRefreshTokens().size();
+        std::array<QProcess, 2> surfaces;
+        for (QProcess &surface : surfaces) {
+            surface.setProcessEnvironment(environment());
+            surface.start(QStringLiteral(MIREO_PULSE_BINARY), {u"--print-title"_s});
+        }
+        QTRY_VERIFY_WITH_TIMEOUT(surfaces[0].state() == QProcess::NotRunning &&
+                                     surfaces[1].state() == QProcess::NotRunning,
+                                 30000);
+        for (QProcess &surface : surfaces) {
+            const QString title = QString::fromUtf8(surface.readAllStandardOutput().trimmed());
+            QVERIFY2(pnlTitle.match(title).hasMatch(), qPrintable(title));
+        }
+        QVERIFY(presentedRefreshTokens().size() >= renewals + 2);
+        verifyNoTokenPresentedTwice();
     }
 };
 

@@ -103,8 +103,8 @@ private Q_SLOTS:
     {
         Defaults::shared().setString(u"app.language"_s, u"en"_s);
         m_http.setTimeoutLimit(testing::shortTimeout);
-        m_secrets.replace(QString::fromLatin1(AuthStore::refreshTokenKey),
-                          m_standin.server.issueSession().refreshToken);
+        m_secrets.items.insert(QString::fromLatin1(AuthStore::refreshTokenKey),
+                               m_standin.server.issueSession().refreshToken);
         m_pulse = std::make_unique<PulseStore>(m_http, *m_defaults, m_clock, m_standin.url());
         m_auth = std::make_unique<AuthStore>(
             m_http, *m_defaults, m_clock, m_secrets, m_browser,

@@ -19,7 +19,7 @@ class TestDesktopEntry : public QObject
     QString dataHome() const { return m_root.filePath(QStringLiteral("data")); }
     QString userEntry() const
     {
-        return dataHome() + QStringLiteral("/applications/mireo-pulse.desktop");
+        return dataHome() + QStringLiteral("/applications/com.mireo.Pulse.desktop");
     }
 
     static QByteArray read(const QString &path)
@@ -98,11 +98,15 @@ private Q_SLOTS:
         QVERIFY(entry.contains(u"\nIcon=mireo-pulse\n"));
         QVERIFY(entry.contains(u"\nNoDisplay=false\n"));
         QVERIFY(entry.contains(u"\nCategories=Office;Finance;\n"));
+        QVERIFY(entry.contains(u"\nDBusActivatable=true\n"));
+        // The bus starts this binary for a launcher's Activate or Open.
+        QCOMPARE(read(dataHome() + QStringLiteral("/dbus-1/services/com.mireo.Pulse.service")),
+                 "[D-BUS Service]\nName=com.mireo.Pulse\nExec=\"" + binary.toUtf8() + "\"\n");
         QVERIFY(read(dataHome() + QStringLiteral("/icons/hicolor/scalable/apps/mireo-pulse.svg"))
                     .contains("#D4A843"));
         QTRY_COMPARE(helperCalls().size(), 2);
         QVERIFY(helperCalls().contains(
-            "xdg-mime default mireo-pulse.desktop x-scheme-handler/mireopulse"));
+            "xdg-mime default com.mireo.Pulse.desktop x-scheme-handler/mireopulse"));
         QVERIFY(helperCalls().contains("update-desktop-database " + dataHome() + "/applications"));
 
         // The next start finds its own entry and leaves everything alone.
@@ -122,7 +126,7 @@ private Q_SLOTS:
         const QString prefix = m_root.filePath(QStringLiteral("prefix"));
         QDir().mkpath(prefix + QStringLiteral("/bin"));
         QDir().mkpath(prefix + QStringLiteral("/share/applications"));
-        QFile installed(prefix + QStringLiteral("/share/applications/mireo-pulse.desktop"));
+        QFile installed(prefix + QStringLiteral("/share/applications/com.mireo.Pulse.desktop"));
         QVERIFY(installed.open(QIODevice::WriteOnly));
         installed.close();
         const QString binary = prefix + QStringLiteral("/bin/mireo-pulse");

@@ -10,26 +10,37 @@
 namespace testing {
 
 // A keychain in memory; `available = false` behaves like a desktop without a keychain service:
-// reads find nothing and writes are lost.
+// reads find nothing and writes are lost. `answering = false` is a keychain that says nothing
+// (locked, or not up yet): reads come back unanswered.
 class InMemorySecretStore final : public SecretStore
 {
 public:
     bool available = true;
+    bool answering = true;
+    int reads = 0;
     QHash<QString, QString> items;
 
-    void replace(const QString &key, const QString &value) override
+    QCoro::Task<> replace(QString key, QString value) override
     {
         if (available)
             items.insert(key, value);
+        co_return;
     }
-    std::optional<QString> read(const QString &key) override
+    QCoro::Task<Read> read(QString key) override
     {
+        ++reads;
+        if (!answering)
+            co_return Read{};
         const auto found = items.constFind(key);
         if (!available || found == items.cend())
-            return std::nullopt;
-        return *found;
+            co_return Read{true, std::nullopt};
+        co_return Read{true, *found};
     }
-    void remove(const QString &key) override { items.remove(key); }
+    QCoro::Task<> remove(QString key) override
+    {
+        items.remove(key);
+        co_return;
+    }
 };
 
 // Remembers the URLs it was asked to open.

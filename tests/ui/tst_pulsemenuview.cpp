@@ -78,7 +78,7 @@ struct Stores
         http.setTimeoutLimit(testing::shortTimeout);
         settings.setLanguage(QStringLiteral("en"));
         if (withAccount) {
-            secrets.replace(QString::fromLatin1(AuthStore::refreshTokenKey), "refresh");
+            secrets.items.insert(QString::fromLatin1(AuthStore::refreshTokenKey), "refresh");
             defaults->setData("cache.portfolio.json", autoOnPortfolio);
             defaults->setDate("cache.portfolio.asOf", clock.now().addSecs(-42));
         }
@@ -86,6 +86,7 @@ struct Stores
         auth = std::make_unique<AuthStore>(
             http, *defaults, clock, secrets, browser,
             AuthStore::Endpoints{standin.url(), testing::refusingUrl(), "anon"});
+        QCoreApplication::processEvents(); // the launch reads the keychain, shows the cache
     }
 
     // The launch refresh has landed and its render is done: only the test's own changes follow.

@@ -46,11 +46,10 @@ bool isInstalled(const QString &binaryPath)
                              QLatin1StringView(fileName));
 }
 
-QString execArgument(const QString &argument)
+QString quotedArgument(const QString &argument)
 {
     static const QString reserved = QStringLiteral(" \t\n\"'\\><~|&;$*?#()`");
     QString quoted = argument;
-    quoted.replace(QLatin1Char('%'), QStringLiteral("%%"));
     if (std::any_of(quoted.cbegin(), quoted.cend(), [](QChar c) { return reserved.contains(c); })) {
         QString escaped;
         for (QChar c : quoted) {
@@ -60,6 +59,14 @@ QString execArgument(const QString &argument)
         }
         quoted = QLatin1Char('"') + escaped + QLatin1Char('"');
     }
+    return quoted;
+}
+
+QString execArgument(const QString &argument)
+{
+    QString quoted = argument;
+    quoted.replace(QLatin1Char('%'), QStringLiteral("%%"));
+    quoted = quotedArgument(quoted);
     // The key's value is itself an escaped string: its backslashes are doubled once more.
     quoted.replace(QLatin1Char('\\'), QStringLiteral("\\\\"));
     return quoted;
@@ -76,6 +83,12 @@ QString entryFor(const QString &binaryPath)
     return lines.join(u'\n');
 }
 
+QString busServiceFor(const QString &binaryPath)
+{
+    return QStringLiteral("[D-BUS Service]\nName=com.mireo.Pulse\nExec=") +
+           quotedArgument(QFileInfo(binaryPath).absoluteFilePath()) + u'\n';
+}
+
 bool registerForUser(const QString &binaryPath)
 {
     if (isInstalled(binaryPath))
@@ -86,6 +99,9 @@ bool registerForUser(const QString &binaryPath)
     const QString applications = data + QStringLiteral("/applications");
     writeIfDifferent(data + QStringLiteral("/icons/hicolor/scalable/apps/mireo-pulse.svg"),
                      resource(QStringLiteral("mireo-pulse.svg")));
+    writeIfDifferent(data + QStringLiteral("/dbus-1/services/") +
+                         QLatin1StringView(busServiceFileName),
+                     busServiceFor(binaryPath).toUtf8());
     if (!writeIfDifferent(applications + u'/' + QLatin1StringView(fileName),
                           entryFor(binaryPath).toUtf8()))
         return false;

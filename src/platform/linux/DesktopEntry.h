@@ -7,7 +7,9 @@
 // build folder writes its own into the user's data folder on first run.
 namespace DesktopEntry {
 
-inline constexpr auto fileName = "mireo-pulse.desktop";
+inline constexpr auto fileName = "com.mireo.Pulse.desktop";
+// Lets the session bus start the app for a launcher's Activate or Open.
+inline constexpr auto busServiceFileName = "com.mireo.Pulse.service";
 inline constexpr auto schemeMimeType = "x-scheme-handler/mireopulse";
 
 // True when the binary sits in a prefix that also holds the installed entry.
@@ -16,11 +18,16 @@ bool isInstalled(const QString &binaryPath);
 // The entry's text for a binary at this path, quoted as the Exec key requires.
 QString entryFor(const QString &binaryPath);
 
+// One argument quoted as a shell would read it, as D-Bus service files take it.
+QString quotedArgument(const QString &argument);
 // One argument of an Exec key, quoted and escaped as desktop entries require.
 QString execArgument(const QString &argument);
 
-// For a build that is not installed: writes the entry (Exec = this binary) and the icon under
-// $XDG_DATA_HOME unless they already point here, then runs xdg-mime and
+// The bus service file's text for a binary at this path.
+QString busServiceFor(const QString &binaryPath);
+
+// For a build that is not installed: writes the entry (Exec = this binary), the bus service
+// file and the icon under $XDG_DATA_HOME unless they already point here, then runs xdg-mime and
 // update-desktop-database when they exist. Returns true when it wrote the entry.
 bool registerForUser(const QString &binaryPath);
 

@@ -48,8 +48,10 @@ std::optional<QString> KeychainSecretStore::read(const QString &key)
     std::optional<QString> value;
     if (finished && job->error() == QKeychain::NoError)
         value = job->textData();
-    // A keychain that never answered is asked again next time; a clear answer is kept.
-    if (finished)
+    // Only "there is none" says the secret is missing; a keychain that failed or never answered
+    // is asked again next time. A clear answer is kept.
+    if (finished &&
+        (job->error() == QKeychain::NoError || job->error() == QKeychain::EntryNotFound))
         m_mirror.insert(key, value);
     job->disconnect(this);
     job->deleteLater();

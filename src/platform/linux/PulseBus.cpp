@@ -1,0 +1,165 @@
+#include "platform/linux/PulseBus.h"
+
+#include "app/UrlRouting.h"
+
+#include <QDBusAbstractAdaptor>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusReply>
+#include <QVariantMap>
+
+namespace {
+
+// Requests that arrive before launch has finished; more than this is not a user.
+constexpr qsizetype maxWaiting = 32;
+
+bool isOurLink(const QString &text)
+{
+    if (text.size() > PulseBusService::maxLinkLength)
+        return false;
+    for (const QChar c : text) {
+        if (c.unicode() < 0x20 || c.unicode() == 0x7f)
+            return false;
+    }
+    return isCallbackUrl(text);
+}
+
+// org.freedesktop.Application, as desktop launchers and D-Bus activation call it.
+class ApplicationAdaptor : public QDBusAbstractAdaptor
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
+public:
+    ApplicationAdaptor(PulseBusService *service, QDBusConnection bus)
+        : QDBusAbstractAdaptor(service), m_service(service), m_bus(std::move(bus))
+    {
+    }
+
+public Q_SLOTS:
+    void Activate(const QVariantMap &) { m_service->activate(); }
+    void Open(const QStringList &uris, const QVariantMap &, const QDBusMessage &message)
+    {
+        if (m_service->open(uris))
+            return;
+        message.setDelayedReply(true);
+        m_bus.send(message.createErrorReply(QDBusError::InvalidArgs,
+                                            QStringLiteral("too many links in one call")));
+    }
+    void ActivateAction(const QString &, const QVariantList &, const QVariantMap &) {}
+
+private:
+    PulseBusService *m_service;
+    QDBusConnection m_bus;
+};
+
+// com.mireo.Pulse1: what the panel shows, for status bars and applets.
+class StateAdaptor : public QDBusAbstractAdaptor
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "com.mireo.Pulse1")
+    Q_PROPERTY(QString Title READ title)
+    Q_PROPERTY(QString Status READ status)
+public:
+    explicit StateAdaptor(PulseBusService *service)
+        : QDBusAbstractAdaptor(service), m_service(service)
+    {
+    }
+    QString title() const { return m_service->title(); }
+    QString status() const { return m_service->status(); }
+
+private:
+    PulseBusService *m_service;
+};
+
+} // namespace
+
+PulseBusService::PulseBusService(QDBusConnection bus, QObject *parent)
+    : QObject(parent), m_bus(std::move(bus)), m_title(QStringLiteral("M\u00B7")),
+      m_status(QStringLiteral("{}"))
+{
+    new ApplicationAdaptor(this, m_bus);
+    new StateAdaptor(this);
+}
+
+PulseBusService::~PulseBusService()
+{
+    if (!m_exported)
+        return;
+    m_bus.unregisterObject(QLatin1StringView(pulse_bus::objectPath));
+    m_bus.unregisterService(QLatin1StringView(pulse_bus::serviceName));
+}
+
+PulseBusService::Claim PulseBusService::claim()
+{
+    if (!m_bus.isConnected())
+        return Claim::NoBus;
+    if (!m_bus.registerObject(QLatin1StringView(pulse_bus::objectPath), this,
+                              QDBusConnection::ExportAdaptors))
+        return Claim::NoBus;
+    m_exported = true;
+    // Not queued and not replaceable: two launches at once end with exactly one owner.
+    const QDBusReply<QDBusConnectionInterface::RegisterServiceReply> reply =
+        m_bus.interface()->registerService(QLatin1StringView(pulse_bus::serviceName),
+                                           QDBusConnectionInterface::DontQueueService,
+                                           QDBusConnectionInterface::DontAllowReplacement);
+    if (reply.isValid() && reply.value() == QDBusConnectionInterface::ServiceRegistered)
+        return Claim::Owner;
+    m_bus.unregisterObject(QLatin1StringView(pulse_bus::objectPath));
+    m_exported = false;
+    return reply.isValid() ? Claim::Taken : Claim::NoBus;
+}
+
+void PulseBusService::publish(const QString &title, const QString &status)
+{
+    QVariantMap changed;
+    if (title != m_title)
+        changed.insert(QStringLiteral("Title"), m_title = title);
+    if (status != m_status)
+        changed.insert(QStringLiteral("Status"), m_status = status);
+    if (changed.isEmpty() || !m_exported)
+        return;
+    QDBusMessage signal = QDBusMessage::createSignal(
+        QLatin1StringView(pulse_bus::objectPath), QStringLiteral("org.freedesktop.DBus.Properties"),
+        QStringLiteral("PropertiesChanged"));
+    signal << QString::fromLatin1(pulse_bus::stateInterface) << changed << QStringList();
+    m_bus.send(signal);
+}
+
+void PulseBusService::activate()
+{
+    deliver(QString());
+}
+
+bool PulseBusService::open(const QStringList &uris)
+{
+    if (uris.size() > maxLinksPerCall)
+        return false;
+    for (const QString &uri : uris) {
+        if (isOurLink(uri))
+            deliver(uri);
+    }
+    return true;
+}
+
+void PulseBusService::launchFinished()
+{
+    m_launchFinished = true;
+    const QStringList waiting = std::exchange(m_waiting, {});
+    for (const QString &link : waiting)
+        deliver(link);
+}
+
+void PulseBusService::deliver(const QString &link)
+{
+    if (!m_launchFinished) {
+        if (m_waiting.size() < maxWaiting)
+            m_waiting.append(link);
+        return;
+    }
+    if (link.isEmpty())
+        Q_EMIT activateRequested();
+    else
+        Q_EMIT linkReceived(link);
+}
+
+#include "PulseBus.moc"

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+
+class QDBusMessage;
+
+// The app's place on the session bus. Owning the well-known name is being the one app of this
+// user: every other entry point (a second launch, a link, a status-bar command, a panel applet)
+// is its client. Nothing here ever carries a token.
+namespace pulse_bus {
+inline constexpr char serviceName[] = "com.mireo.Pulse";
+inline constexpr char objectPath[] = "/com/mireo/Pulse";
+inline constexpr char applicationInterface[] = "org.freedesktop.Application";
+inline constexpr char stateInterface[] = "com.mireo.Pulse1";
+} // namespace pulse_bus
+
+// The owner's side: org.freedesktop.Application (Activate, Open) and com.mireo.Pulse1 (Title,
+// Status) at /com/mireo/Pulse. Requests that arrive before launch has finished wait for it.
+class PulseBusService : public QObject
+{
+    Q_OBJECT
+public:
+    // A peer is a user's launcher, not a flood: more links than this in one call is refused.
+    static constexpr qsizetype maxLinksPerCall = 16;
+    static constexpr qsizetype maxLinkLength = 16 * 1024;
+
+    enum class Claim {
+        Owner, // this process is the app
+        Taken, // another process is: hand over to it
+        NoBus, // no session bus: run alone
+    };
+
+    explicit PulseBusService(QDBusConnection bus = QDBusConnection::sessionBus(),
+                             QObject *parent = nullptr);
+    ~PulseBusService() override;
+
+    // Exports the object, then asks for the name, so a peer that sees the name finds the object.
+    Claim claim();
+
+    // The state the properties show; what changed is announced with PropertiesChanged.
+    void publish(const QString &title, const QString &status);
+    QString title() const { return m_title; }
+    QString status() const { return m_status; }
+
+    // Delivers what waited, in order of arrival; later requests are delivered at once.
+    void launchFinished();
+
+    // From the bus adaptor.
+    void activate();
+    // False when the call is refused as a whole; links that are not ours are dropped.
+    bool open(const QStringList &uris);
+
+Q_SIGNALS:
+    void activateRequested();
+    void linkReceived(const QString &url);
+
+private:
+    void deliver(const QString &link); // empty: activate
+
+    QDBusConnection m_bus;
+    bool m_exported = false;
+    bool m_launchFinished = false;
+    QStringList m_waiting;
+    QString m_title;
+    QString m_status;
+};

@@ -1,0 +1,158 @@
+#include "platform/linux/PulseBus.h"
+#include "platform/linux/PulseBusClient.h"
+#include "support/PrivateSessionBus.h"
+
+#include <QDBusMessage>
+#include <QDBusPendingCall>
+#include <QSignalSpy>
+#include <QTest>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+// The app's place on a private session bus: who owns it, what reaches the owner, what it shows.
+class TestPulseBus : public QObject
+{
+    Q_OBJECT
+
+    testing::PrivateSessionBus m_bus;
+    int m_connections = 0;
+
+    QDBusConnection connection() { return m_bus.connect(u"c%1"_s.arg(++m_connections)); }
+
+    // A call as a launcher or a stranger would make it, answered while our loop serves the app.
+    QDBusMessage call(const QString &interface, const QString &method, const QVariantList &args)
+    {
+        QDBusMessage message = QDBusMessage::createMethodCall(
+            u"com.mireo.Pulse"_s, u"/com/mireo/Pulse"_s, interface, method);
+        message.setArguments(args);
+        QDBusPendingCall pending = connection().asyncCall(message, 5000);
+        if (!QTest::qWaitFor([&] { return pending.isFinished(); }, 6000))
+            return {};
+        return pending.reply();
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        if (!m_bus.isRunning())
+            QSKIP("dbus-daemon is not installed");
+    }
+
+    void oneOwnerAtATime()
+    {
+        auto first = std::make_unique<PulseBusService>(connection());
+        QCOMPARE(first->claim(), PulseBusService::Claim::Owner);
+        PulseBusService second(connection());
+        QCOMPARE(second.claim(), PulseBusService::Claim::Taken);
+        first.reset();
+        PulseBusService third(connection());
+        QCOMPARE(third.claim(), PulseBusService::Claim::Owner);
+        QCOMPARE(PulseBusService(QDBusConnection(u"none"_s)).claim(),
+                 PulseBusService::Claim::NoBus);
+    }
+
+    void callsReachTheOwner_data()
+    {
+        QTest::addColumn<QString>("method");
+        QTest::addColumn<QVariantList>("arguments");
+        QTest::addColumn<bool>("answered");
+        QTest::addColumn<int>("activations");
+        QTest::addColumn<QStringList>("links");
+        const QVariant none = QVariantMap();
+        QTest::newRow("Activate") << u"Activate"_s << QVariantList{none} << true << 1
+                                  << QStringList();
+        QTest::newRow("Open, ours and others")
+            << u"Open"_s
+            << QVariantList{QStringList{u"https://example.com/"_s, u"mireopulse://open"_s,
+                                        u"mireopulse://auth#a=1\nb"_s, u"mireopulse://auth#a=1"_s},
+                            none}
+            << true << 0 << QStringList{u"mireopulse://open"_s, u"mireopulse://auth#a=1"_s};
+        QTest::newRow("Open, a link too long")
+            << u"Open"_s
+            << QVariantList{QStringList{u"mireopulse://auth#"_s + QString(20000, u'a')}, none}
+            << true << 0 << QStringList();
+        QStringList flood;
+        for (int i = 0; i < 1000; ++i)
+            flood << u"mireopulse://open"_s;
+        QTest::newRow("Open, a flood")
+            << u"Open"_s << QVariantList{flood, none} << false << 0 << QStringList();
+        QTest::newRow("Open, wrong types")
+            << u"Open"_s << QVariantList{42, u"x"_s} << false << 0 << QStringList();
+        QTest::newRow("ActivateAction does nothing")
+            << u"ActivateAction"_s << QVariantList{u"quit"_s, QVariantList(), none} << true << 0
+            << QStringList();
+        QTest::newRow("unknown method")
+            << u"Quit"_s << QVariantList() << false << 0 << QStringList();
+    }
+    void callsReachTheOwner()
+    {
+        QFETCH(QString, method);
+        QFETCH(QVariantList, arguments);
+        QFETCH(bool, answered);
+        QFETCH(int, activations);
+        QFETCH(QStringList, links);
+        PulseBusService app(connection());
+        QCOMPARE(app.claim(), PulseBusService::Claim::Owner);
+        app.launchFinished();
+        QSignalSpy activated(&app, &PulseBusService::activateRequested);
+        QSignalSpy opened(&app, &PulseBusService::linkReceived);
+
+        const QDBusMessage reply = call(u"org.freedesktop.Application"_s, method, arguments);
+        QCOMPARE(reply.type(), answered ? QDBusMessage::ReplyMessage : QDBusMessage::ErrorMessage);
+        QCOMPARE(activated.size(), activations);
+        QStringList received;
+        for (const QList<QVariant> &signal : opened)
+            received << signal.constFirst().toString();
+        QCOMPARE(received, links);
+    }
+
+    void requestsDuringLaunchWaitForIt()
+    {
+        PulseBusService app(connection());
+        QCOMPARE(app.claim(), PulseBusService::Claim::Owner);
+        QSignalSpy activated(&app, &PulseBusService::activateRequested);
+        QSignalSpy opened(&app, &PulseBusService::linkReceived);
+        QVERIFY(pulse_bus::handOver(connection(), u"mireopulse://auth#access_token=a"_s));
+        QVERIFY(pulse_bus::handOver(connection(), QString()));
+        QVERIFY(activated.isEmpty() && opened.isEmpty());
+        app.launchFinished();
+        QCOMPARE(opened.size(), 1);
+        QCOMPARE(activated.size(), 1);
+    }
+
+    void stateIsReadAndAnnounced()
+    {
+        QVERIFY(!pulse_bus::readState(connection()));
+        PulseBusWatcher watcher(connection());
+        QSignalSpy started(&watcher, &PulseBusWatcher::appStarted);
+        QSignalSpy stopped(&watcher, &PulseBusWatcher::appStopped);
+        QSignalSpy changed(&watcher, &PulseBusWatcher::stateChanged);
+        {
+            PulseBusService app(connection());
+            QCOMPARE(app.claim(), PulseBusService::Claim::Owner);
+            QTRY_COMPARE(started.size(), 1);
+            const auto initial = pulse_bus::readState(connection());
+            QVERIFY(initial);
+            QCOMPARE(initial->title, u"M\u00B7"_s);
+
+            app.publish(u"M +1.0%"_s, u"{\"title\":\"M +1.0%\"}"_s);
+            QTRY_COMPARE(changed.size(), 1);
+            app.publish(u"M +1.0%"_s, u"{\"title\":\"M +1.0%\",\"x\":1}"_s);
+            QTRY_COMPARE(changed.size(), 2);
+            app.publish(u"M +1.0%"_s, u"{\"title\":\"M +1.0%\",\"x\":1}"_s); // nothing new
+            QTest::qWait(100);
+            QCOMPARE(changed.size(), 2);
+            // The first change carried both, the second only the status.
+            QCOMPARE(changed.at(0).at(0).value<std::optional<QString>>(), u"M +1.0%"_s);
+            QCOMPARE(changed.at(1).at(0).value<std::optional<QString>>(), std::nullopt);
+            const auto read = pulse_bus::readState(connection());
+            QCOMPARE(read->status, u"{\"title\":\"M +1.0%\",\"x\":1}"_s);
+        }
+        QTRY_COMPARE(stopped.size(), 1);
+        QVERIFY(!pulse_bus::readState(connection()));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestPulseBus)
+#include "tst_pulsebus.moc"
