@@ -56,6 +56,8 @@ private:
     {
         if (const auto app = pulse_bus::readState(m_bus))
             showApp(*app);
+        else if (pulse_bus::appIsRunning(m_bus)) // still starting: ask again
+            QTimer::singleShot(std::chrono::seconds(1), this, &FollowSession::followApp);
     }
 
     void showApp(const pulse_bus::State &app)

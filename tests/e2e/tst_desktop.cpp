@@ -104,15 +104,18 @@ class TestDesktop : public QObject
 
     // Calls into the app without blocking our event loop: the app may be calling us meanwhile
     // (the stand-in, the notification server).
-    QDBusMessage callItem(const QString &interface, const QString &method,
-                          const QVariantList &arguments)
+    static QDBusMessage call(QDBusMessage message, const QVariantList &arguments)
     {
-        QDBusMessage message = QDBusMessage::createMethodCall(m_item, itemPath, interface, method);
         message.setArguments(arguments);
         QDBusPendingCall pending = QDBusConnection::sessionBus().asyncCall(message, 10000);
         if (!QTest::qWaitFor([&] { return pending.isFinished(); }, 12000))
             return {};
         return pending.reply();
+    }
+    QDBusMessage callItem(const QString &interface, const QString &method,
+                          const QVariantList &arguments)
+    {
+        return call(QDBusMessage::createMethodCall(m_item, itemPath, interface, method), arguments);
     }
     QString label()
     {
@@ -179,13 +182,9 @@ class TestDesktop : public QObject
     }
     QDBusMessage callApp(const QString &method, const QVariantList &arguments)
     {
-        QDBusMessage message = QDBusMessage::createMethodCall(
-            u"com.mireo.Pulse"_s, u"/com/mireo/Pulse"_s, u"org.freedesktop.Application"_s, method);
-        message.setArguments(arguments);
-        QDBusPendingCall pending = QDBusConnection::sessionBus().asyncCall(message, 10000);
-        if (!QTest::qWaitFor([&] { return pending.isFinished(); }, 12000))
-            return {};
-        return pending.reply();
+        return call(QDBusMessage::createMethodCall(u"com.mireo.Pulse"_s, u"/com/mireo/Pulse"_s,
+                                                   u"org.freedesktop.Application"_s, method),
+                    arguments);
     }
     QList<QByteArray> followedLines() const { return m_followed.split('\n'); }
 

@@ -18,7 +18,9 @@ struct State
     QString status;
 };
 
+// A status bar asks often and can wait for the next time; a launch waits longer.
 inline constexpr std::chrono::milliseconds defaultCallTimeout{3000};
+inline constexpr std::chrono::milliseconds handOverTimeout{10000};
 
 // Whether an app owns the name now.
 bool appIsRunning(const QDBusConnection &bus);
@@ -26,7 +28,7 @@ bool appIsRunning(const QDBusConnection &bus);
 // Hands a launch to the running app: Open with the link, or Activate without one. True when
 // the app took it.
 bool handOver(const QDBusConnection &bus, const QString &link,
-              std::chrono::milliseconds timeout = defaultCallTimeout);
+              std::chrono::milliseconds timeout = handOverTimeout);
 
 // The app's state, or nothing when no app runs or it did not answer in time.
 std::optional<State> readState(const QDBusConnection &bus,
