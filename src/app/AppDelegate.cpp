@@ -6,6 +6,7 @@
 #include "app/Probe.h"
 #include "app/RefreshOnOpen.h"
 #include "app/StatusItem.h"
+#include "app/StatusReport.h"
 #include "app/UrlRouting.h"
 #include "net/Clock.h"
 #include "platform/linux/DesktopEntry.h"
@@ -17,6 +18,7 @@
 #include "settings/L.h"
 #include "settings/MireoConfig.h"
 #include "ui/OnboardingView.h"
+#include "ui/PanelSummary.h"
 #include "ui/PulseMenuView.h"
 
 #include <QApplication>
@@ -50,7 +52,11 @@ void AppDelegate::didFinishLaunching()
     // The account is not loaded yet: the public title first.
     m_statusItem = createDesktopStatusItem();
     m_statusItem->setTitle(core.pulse().menuTitle());
-    m_statusItem->setToolTip(QStringLiteral("Mireo Pulse"));
+    m_statusItem->setToolTipSource([this] {
+        AppCore &core = m_services.core;
+        return ui::panelSummary(statusReport(menuTitle(), core.pulse(), core.auth()),
+                                net::Clock::system().now(), L::isPT());
+    });
     m_surfaces.attach(*m_statusItem);
     connect(&m_surfaces, &PulseSurfaces::opened, this, [this] {
         refreshOnOpen(m_services.core.pulse(), m_services.core.auth(), net::Clock::system());
@@ -104,8 +110,10 @@ QWidget *AppDelegate::makePulseView()
 
 void AppDelegate::updateTitle()
 {
-    if (m_statusItem)
+    if (m_statusItem) {
         m_statusItem->setTitle(menuTitle());
+        m_statusItem->toolTipChanged();
+    }
     Q_EMIT titleUpdated();
 }
 

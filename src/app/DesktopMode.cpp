@@ -10,19 +10,11 @@
 
 bool isHeadlessCommand(int argc, char *argv[])
 {
-    static constexpr const char *headless[] = {"--print-title",
-                                               "--status-json",
-                                               "--follow",
-                                               "--set-metric",
-                                               "--set-language",
-                                               "--help",
-                                               "-h",
-                                               "--help-all",
-                                               "--version",
-                                               "-v",
-                                               "--json",
-                                               "--render-popover",
-                                               "--render-onboarding"};
+    static constexpr const char *headless[] = {
+        "--print-title",    "--status-json",      "--follow", "--waybar",
+        "--set-metric",     "--set-language",     "--help",   "-h",
+        "--help-all",       "--version",          "-v",       "--json",
+        "--render-popover", "--render-onboarding"};
     for (int i = 1; i < argc; ++i) {
         for (const char *flag : headless) {
             const size_t length = std::strlen(flag);

@@ -1,9 +1,11 @@
 #include "app/Headless.h"
 
 #include "app/StatusReport.h"
+#include "app/WaybarLine.h"
 #include "net/Clock.h"
 #include "platform/linux/PulseBusClient.h"
 #include "settings/Defaults.h"
+#include "settings/L.h"
 #include "settings/MireoConfig.h"
 
 #include <QCoreApplication>
@@ -33,6 +35,9 @@ QByteArray surfaceLine(HeadlessOutput output, const QString &title, const QByteA
 {
     if (output == HeadlessOutput::Title)
         return title.toUtf8();
+    if (output == HeadlessOutput::Waybar)
+        return waybarLine(QJsonDocument::fromJson(status).object(), net::Clock::system().now(),
+                          L::isPT());
     return status;
 }
 

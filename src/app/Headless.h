@@ -8,7 +8,7 @@
 
 #include <functional>
 
-enum class HeadlessOutput { Title, StatusJson };
+enum class HeadlessOutput { Title, StatusJson, Waybar };
 
 // For status bars, scripts and tests. While the app runs, reads its state from the bus and
 // prints it: no request, no keychain, no settings written. Otherwise builds the services as the
@@ -36,8 +36,8 @@ void afterFirstLoad(AppCore &core, std::function<void()> then);
 
 // The status object as one line of JSON text: what --status-json prints and the bus shows.
 QByteArray statusJson(AppCore &core);
-// What the surfaces print, from the panel title and the status object's JSON text, wherever
-// they came from.
+// What the surfaces print (the title, the status JSON or waybar's line), from the panel title
+// and the status object's JSON text, wherever they came from.
 QByteArray surfaceLine(HeadlessOutput output, const QString &title, const QByteArray &status);
 QByteArray headlessLine(HeadlessOutput output, AppCore &core);
 void printLine(const QByteArray &line);

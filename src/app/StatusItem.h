@@ -4,6 +4,7 @@
 #include <QPoint>
 #include <QRect>
 #include <QString>
+#include <functional>
 #include <optional>
 
 // The item in the desktop's panel: a short text title and a click that opens the popover.
@@ -15,15 +16,27 @@ public:
     using QObject::QObject;
 
     virtual void setTitle(const QString &title) = 0;
-    virtual void setToolTip(const QString &toolTip) = 0;
     virtual QString title() const = 0;
     // Where the item sits on screen, in global coordinates, when the panel tells us.
     virtual std::optional<QRect> geometry() const { return std::nullopt; }
     // True while a panel actually shows the item.
     virtual bool isVisible() const = 0;
 
+    // The tool tip is worded each time a panel reads it, so the age it gives is true when shown.
+    void setToolTipSource(std::function<QString()> source)
+    {
+        m_toolTipSource = std::move(source);
+        toolTipChanged();
+    }
+    QString toolTip() const { return m_toolTipSource ? m_toolTipSource() : QString(); }
+    // The numbers behind the tool tip changed: panels that keep a copy are told to read it again.
+    virtual void toolTipChanged() {}
+
 Q_SIGNALS:
     // A click on the item; the point is in global coordinates, where the popover should appear.
     void activated(QPoint globalPos);
     void visibleChanged(bool visible);
+
+private:
+    std::function<QString()> m_toolTipSource;
 };

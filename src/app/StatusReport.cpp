@@ -3,6 +3,7 @@
 #include "account/AuthStore.h"
 #include "net/Flexible.h"
 #include "pulse/PulseStore.h"
+#include "settings/AppSettings.h"
 
 #include <QJsonArray>
 
@@ -115,5 +116,6 @@ QJsonObject statusReport(const QString &title, const PulseStore &pulse, const Au
 {
     return {{QStringLiteral("title"), title},
             {QStringLiteral("public"), publicJson(pulse)},
-            {QStringLiteral("account"), accountJson(auth)}};
+            {QStringLiteral("account"), accountJson(auth)},
+            {QStringLiteral("metric"), AppSettings::shared().menuMetric()}};
 }

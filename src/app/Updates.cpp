@@ -23,7 +23,6 @@ UpdateChecker::UpdateChecker(net::HttpClient &http, Browser &browser, QUrl feed,
     : QObject(parent), m_http(http), m_browser(browser), m_feed(std::move(feed)),
       m_currentVersion(std::move(currentVersion))
 {
-    m_timer.setTimerType(Qt::VeryCoarseTimer);
     connect(&m_timer, &QTimer::timeout, this, [this] {
         m_timer.setInterval(m_interval);
         check(Asker::Schedule);
@@ -44,6 +43,10 @@ void UpdateChecker::startScheduledChecks(std::chrono::milliseconds first,
                                          std::chrono::milliseconds interval)
 {
     m_interval = interval;
+    // A daily check may come a second late, and so wakes nobody early; a whole-second timer
+    // would round a shorter period down to nothing and check without pause.
+    m_timer.setTimerType(std::min(first, interval) >= std::chrono::seconds(1) ? Qt::VeryCoarseTimer
+                                                                              : Qt::CoarseTimer);
     m_timer.start(first);
 }
 

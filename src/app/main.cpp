@@ -42,7 +42,11 @@ int main(int argc, char *argv[])
         QStringLiteral("Keep running; print the title each time it changes."));
     const QCommandLineOption json(QStringLiteral("json"),
                                   QStringLiteral("With --follow: print the state as JSON."));
-    parser.addOptions({follow, json});
+    const QCommandLineOption waybar(
+        QStringLiteral("waybar"),
+        QStringLiteral(
+            "Print one line for waybar's custom module (with --follow: one per change)."));
+    parser.addOptions({follow, json, waybar});
     parser.process(app);
 
     if (parser.isSet(setMetric) || parser.isSet(setLanguage)) {
@@ -55,7 +59,11 @@ int main(int argc, char *argv[])
     }
 
     if (parser.isSet(follow))
-        return runFollow(parser.isSet(json) ? HeadlessOutput::StatusJson : HeadlessOutput::Title);
+        return runFollow(parser.isSet(waybar) ? HeadlessOutput::Waybar
+                         : parser.isSet(json) ? HeadlessOutput::StatusJson
+                                              : HeadlessOutput::Title);
+    if (parser.isSet(waybar))
+        return runHeadless(HeadlessOutput::Waybar);
     if (parser.isSet(statusJson))
         return runHeadless(HeadlessOutput::StatusJson);
     if (parser.isSet(printTitle))

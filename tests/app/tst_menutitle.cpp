@@ -1,5 +1,8 @@
 #include "app/MenuTitle.h"
+#include "app/WaybarLine.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -73,6 +76,73 @@ private Q_SLOTS:
     void portfolioWithoutTotalsFallsBack()
     {
         QCOMPARE(menuTitleFor(u"pnl"_s, Portfolio{}, u"M\u00B7"_s), u"M\u00B7"_s);
+    }
+
+    // Status reports cut to what the classes read; the public return 12.345 titles "M +12.3%".
+    void panelClasses_data()
+    {
+        QTest::addColumn<QByteArray>("status");
+        QTest::addColumn<QStringList>("classes");
+
+        QTest::newRow("gain") << R"({"title":"M +12.3%","metric":"book",
+            "public":{"returnPct":12.345,"lastError":null},"account":{"signedIn":false}})"_ba
+                              << QStringList{u"gain"_s};
+        QTest::newRow("negative zero is a gain") << R"({"title":"M +-0.0%",
+            "public":{"returnPct":-0.0}})"_ba << QStringList{u"gain"_s};
+        QTest::newRow("loss") << R"({"title":"M -0.4%","public":{"returnPct":-0.4}})"_ba
+                              << QStringList{u"loss"_s};
+        QTest::newRow("nothing known") << R"({"title":"M·","public":{"returnPct":null,
+            "lastError":"offline"}})"_ba
+                                       << QStringList{};
+        QTest::newRow("offline cache") << R"({"title":"M +12.3%","metric":"book",
+            "public":{"returnPct":12.345,"lastError":"offline"}})"_ba
+                                       << QStringList{u"gain"_s, u"stale"_s};
+        QTest::newRow("metric needs the account") << R"({"title":"M +12.3%","metric":"pnl",
+            "public":{"returnPct":12.345},"account":{"signedIn":false}})"_ba
+                                                  << QStringList{u"gain"_s, u"signed-out"_s};
+        QTest::newRow("account title, public offline") << R"({"title":"M -$125","metric":"pnl",
+            "public":{"returnPct":12.345,"lastError":"offline"},
+            "account":{"signedIn":true,"lastError":null}})"_ba
+                                                       << QStringList{u"loss"_s};
+        QTest::newRow("account title, account offline") << R"({"title":"M -$125","metric":"pnl",
+            "public":{"returnPct":12.345},"account":{"signedIn":true,"lastError":"offline"}})"_ba
+                                                        << QStringList{u"loss"_s, u"stale"_s};
+    }
+    void panelClasses()
+    {
+        QFETCH(QByteArray, status);
+        QFETCH(QStringList, classes);
+        const QJsonObject report = QJsonDocument::fromJson(status).object();
+        QVERIFY(!report.isEmpty());
+        QCOMPARE(::panelClasses(report), classes);
+    }
+
+    // One line of valid JSON whatever the title holds; waybar reads text as Pango markup.
+    void waybarLine_data()
+    {
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("title") << u"M -$125"_s << u"M -$125"_s;
+        QTest::newRow("empty") << QString() << u"M\u00B7"_s;
+        QTest::newRow("markup and quotes")
+            << u"M <b>\"&\"</b>"_s << u"M &lt;b&gt;&quot;&amp;&quot;&lt;/b&gt;"_s;
+        QTest::newRow("controls") << u"M\n\t\\\u0001"_s << u"M\n\t\\\u0001"_s;
+    }
+    void waybarLine()
+    {
+        QFETCH(QString, title);
+        QFETCH(QString, text);
+        const QJsonObject report{{u"title"_s, title}, {u"metric"_s, u"pnlTotal"_s}};
+        const QByteArray line =
+            ::waybarLine(report, QDateTime::currentDateTimeUtc(), false, {u"en_US"_s, "UTC"});
+        QVERIFY(!line.contains('\n'));
+        QJsonParseError error;
+        const QJsonObject parsed = QJsonDocument::fromJson(line, &error).object();
+        QCOMPARE(error.error, QJsonParseError::NoError);
+        QCOMPARE(parsed.value(u"text"_s).toString(), text);
+        QVERIFY(parsed.value(u"tooltip"_s).toString().startsWith(text));
+        QVERIFY(parsed.value(u"class"_s).isArray());
+        QCOMPARE(parsed.value(u"alt"_s).toString(), u"pnlTotal"_s);
     }
 };
 

@@ -32,7 +32,6 @@ class FakeStatusItem : public StatusItem
 {
 public:
     void setTitle(const QString &title) override { m_title = title; }
-    void setToolTip(const QString &) override {}
     QString title() const override { return m_title; }
     bool isVisible() const override { return true; }
 

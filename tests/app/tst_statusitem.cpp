@@ -200,12 +200,15 @@ private Q_SLOTS:
         QCOMPARE(heard.guides, (QStringList{"M +000.0%", "M +000.0%"}));
         QCOMPARE(d->property(QStringLiteral("Title")), QVariant(QStringLiteral("M -0.4%")));
 
-        d->item.setToolTip(QStringLiteral("as of 14:30"));
+        // Worded when read: the title heads it, the rest is escaped markup.
+        QString age = QStringLiteral("live · 5s");
+        d->item.setToolTipSource([&age] { return "M -0.4%\nvs S&P 500\n" + age; });
         QTRY_COMPARE(heard.toolTips, 1);
+        age = QStringLiteral("as of 2 minutes ago");
         const auto toolTip =
             qdbus_cast<sni::ToolTip>(d->property(QStringLiteral("ToolTip")).value<QDBusArgument>());
-        QCOMPARE(toolTip.title, QStringLiteral("Mireo Pulse"));
-        QCOMPARE(toolTip.description, QStringLiteral("as of 14:30"));
+        QCOMPARE(toolTip.title, QStringLiteral("M -0.4%"));
+        QCOMPARE(toolTip.description, QStringLiteral("vs S&amp;P 500<br/>as of 2 minutes ago"));
         QCOMPARE(heard.titles, 2);
     }
 

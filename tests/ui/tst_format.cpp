@@ -1,11 +1,14 @@
 #include "ui/Format.h"
 #include "ui/Palette.h"
+#include "ui/PanelSummary.h"
 
+#include <QJsonDocument>
 #include <QTest>
 #include <cmath>
 #include <limits>
 
 using ui::FormatLocale;
+using namespace Qt::StringLiterals;
 
 namespace {
 FormatLocale locale(const char *name)
@@ -16,6 +19,7 @@ const QDateTime friday(QDate(2025, 3, 7), QTime(14, 30), Qt::UTC);
 } // namespace
 
 Q_DECLARE_METATYPE(std::optional<double>)
+Q_DECLARE_METATYPE(ui::AgeForm)
 
 class TestFormat : public QObject
 {
@@ -207,6 +211,64 @@ private Q_SLOTS:
         QFETCH(QByteArray, zone);
         QFETCH(QString, expected);
         QCOMPARE(ui::shortTime(friday, {locale, zone}), expected);
+    }
+
+    // The panel's tool tip from status reports, at `friday`, in both languages.
+    void panelSummary_data()
+    {
+        QTest::addColumn<QByteArray>("status");
+        QTest::addColumn<bool>("isPT");
+        QTest::addColumn<ui::AgeForm>("form");
+        QTest::addColumn<QString>("summary");
+        const auto relative = ui::AgeForm::Relative;
+
+        const QByteArray signedOut = R"({"title":"M +12.3%","public":{"returnPct":12.345,
+            "vsSpyPct":-1.2,"fetchedAt":"2025-03-07T14:29:58.000Z","lastError":null},
+            "account":{"signedIn":false,"lastError":null,"accounts":null}})";
+        QTest::newRow("signed out")
+            << signedOut << false << relative
+            << "M +12.3%\nPublic book +12.35% · -1.20% vs S&P 500\nlive · 2s";
+        // The age is the older of the two; the offline notice comes before it.
+        const QByteArray offline = R"({"title":"M -$13","public":{"returnPct":-0.5,"vsSpyPct":null,
+            "fetchedAt":"2025-03-07T14:25:00.000Z","lastError":"offline"},
+            "account":{"signedIn":true,"lastError":null,"accounts":[{}],
+            "portfolioAsOf":"2025-03-07T14:29:00.000Z",
+            "totals":{"equity":10512.4,"todayPnl":-12.5,"baseline":10000}}})";
+        QTest::newRow("signed in, public offline")
+            << offline << false << relative
+            << "M -$13\nPublic book -0.50%\nYour account $10,512 · -$12 today\noffline · as of "
+               "5 minutes ago";
+        QTest::newRow("signed in, public offline, pt")
+            << offline << true << relative
+            << "M -$13\nLivro público -0.50%\nA tua conta $10,512 · -$12 hoje\noffline · há 5 "
+               "minutes ago";
+        // A streamed line gives the clock time instead, which stays true.
+        QTest::newRow("clock") << signedOut << false << ui::AgeForm::Clock
+                               << "M +12.3%\nPublic book +12.35% · -1.20% vs S&P 500\nas of "
+                                  "2:29\u202fPM";
+        QTest::newRow("clock, pt") << offline << true << ui::AgeForm::Clock
+                                   << "M -$13\nLivro público -0.50%\nA tua conta $10,512 · -$12 "
+                                      "hoje\noffline · às 2:25\u202fPM";
+        QTest::newRow("nothing known")
+            << R"({})"_ba << false << relative << "M·\nLoading the public book…";
+        QTest::newRow("account loading")
+            << R"({"title":"M·","public":{"lastError":"offline"},
+            "account":{"signedIn":true,"accounts":null}})"_ba
+            << false << relative << "M·\noffline\nLoading your account…";
+        QTest::newRow("no brokerage account, pt") << R"({"title":"M·",
+            "account":{"signedIn":true,"accounts":[],"lastError":"sessão cancelada"}})"_ba
+                                                  << true << relative
+                                                  << "M·\nA carregar o livro público…\nAinda sem "
+                                                     "conta de corretora ligada.\nsessão cancelada";
+    }
+    void panelSummary()
+    {
+        QFETCH(QByteArray, status);
+        QFETCH(bool, isPT);
+        QFETCH(ui::AgeForm, form);
+        QFETCH(QString, summary);
+        const QJsonObject report = QJsonDocument::fromJson(status).object();
+        QCOMPARE(ui::panelSummary(report, friday, isPT, form, locale("en_US")), summary);
     }
 
     // Zero counts as a gain, in either palette.

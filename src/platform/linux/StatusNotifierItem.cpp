@@ -60,11 +60,8 @@ void StatusNotifierItem::setTitle(const QString &title)
     announceLabel();
 }
 
-void StatusNotifierItem::setToolTip(const QString &toolTip)
+void StatusNotifierItem::toolTipChanged()
 {
-    if (toolTip == m_toolTip)
-        return;
-    m_toolTip = toolTip;
     Q_EMIT m_adaptor->NewToolTip();
 }
 

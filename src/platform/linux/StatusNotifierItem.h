@@ -27,9 +27,8 @@ public:
     ~StatusNotifierItem() override;
 
     void setTitle(const QString &title) override;
-    void setToolTip(const QString &toolTip) override;
+    void toolTipChanged() override;
     QString title() const override { return m_title; }
-    QString toolTip() const { return m_toolTip; }
     bool isVisible() const override { return m_registered; }
 
     // org.kde.StatusNotifierItem-<pid>-<n>, owned for the life of the item.
@@ -52,7 +51,6 @@ private:
     QDBusConnection m_bus;
     QString m_service;
     QString m_title;
-    QString m_toolTip;
     QString m_iconName;
     bool m_registered = false;
     StatusNotifierItemAdaptor *m_adaptor = nullptr;

@@ -27,7 +27,15 @@ QString StatusNotifierItemAdaptor::iconName() const
 
 sni::ToolTip StatusNotifierItemAdaptor::toolTip() const
 {
-    return {{}, {}, QStringLiteral("Mireo Pulse"), m_item->toolTip()};
+    // The first line heads the tool tip; hosts read the rest as markup.
+    const QString text = m_item->toolTip();
+    const qsizetype end = text.indexOf(u'\n');
+    const QString title = end < 0 ? text : text.first(end);
+    const QString body = end < 0 ? QString() : text.sliced(end + 1).toHtmlEscaped();
+    return {{},
+            {},
+            title.isEmpty() ? QStringLiteral("Mireo Pulse") : title,
+            QString(body).replace(u'\n', QStringLiteral("<br/>"))};
 }
 
 QString StatusNotifierItemAdaptor::labelGuide() const

@@ -23,17 +23,11 @@ void TrayIconStatusItem::setTitle(const QString &title)
     showToolTip();
 }
 
-void TrayIconStatusItem::setToolTip(const QString &toolTip)
-{
-    m_toolTip = toolTip;
-    showToolTip();
-}
-
+// Qt keeps a copy of the text, so it is worded afresh on every change of the numbers.
 void TrayIconStatusItem::showToolTip()
 {
-    m_icon.setToolTip(m_toolTip.isEmpty() || m_toolTip == m_title
-                          ? m_title
-                          : m_title + QLatin1Char('\n') + m_toolTip);
+    const QString text = toolTip();
+    m_icon.setToolTip(text.isEmpty() ? m_title : text);
 }
 
 std::optional<QRect> TrayIconStatusItem::geometry() const

@@ -5,7 +5,7 @@
 #include <QSystemTrayIcon>
 
 // For desktops without a StatusNotifierWatcher: Qt's tray icon, which has no text beside it,
-// so the title becomes its tool tip.
+// so its tool tip is the title, or the summary that starts with it.
 class TrayIconStatusItem : public StatusItem
 {
     Q_OBJECT
@@ -13,7 +13,7 @@ public:
     explicit TrayIconStatusItem(QObject *parent = nullptr);
 
     void setTitle(const QString &title) override;
-    void setToolTip(const QString &toolTip) override;
+    void toolTipChanged() override { showToolTip(); }
     QString title() const override { return m_title; }
     std::optional<QRect> geometry() const override;
     bool isVisible() const override;
@@ -23,5 +23,4 @@ private:
 
     QSystemTrayIcon m_icon;
     QString m_title;
-    QString m_toolTip;
 };
