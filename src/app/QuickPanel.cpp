@@ -1,6 +1,7 @@
 #include "app/QuickPanel.h"
 
 #include "app/PanelPlacement.h"
+#include "ui/ConfirmationSheet.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -25,6 +26,8 @@ QuickPanel::QuickPanel(QWidget *parent)
     setObjectName(QStringLiteral("QuickPanel"));
     setAttribute(Qt::WA_TranslucentBackground);
     setFocusPolicy(Qt::StrongFocus);
+    // What is drawn over the whole panel (a confirmation's dimming) keeps to its corners.
+    setProperty(ui::ConfirmationSheet::cornerRadiusProperty, cornerRadius);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     resize(emptySize);

@@ -128,7 +128,17 @@ void ConfirmationSheet::paintEvent(QPaintEvent *)
 {
     QColor dim = palette().color(QPalette::Window);
     dim.setAlphaF(0.75f);
-    QPainter(this).fillRect(rect(), dim);
+    QPainter painter(this);
+    // A window with rounded corners (the quick panel) says so; the dimming keeps to its shape.
+    const double radius = window()->property(cornerRadiusProperty).toDouble();
+    if (radius <= 0 || mapTo(window(), QPoint(0, 0)) != QPoint(0, 0)) {
+        painter.fillRect(rect(), dim);
+        return;
+    }
+    painter.setRenderHint(QPainter::Antialiasing);
+    QPainterPath shape;
+    shape.addRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);
+    painter.fillPath(shape, dim);
 }
 
 void ConfirmationSheet::keyPressEvent(QKeyEvent *event)

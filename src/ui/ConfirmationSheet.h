@@ -17,6 +17,9 @@ class ConfirmationSheet : public QWidget
 {
     Q_OBJECT
 public:
+    // A window whose corners are rounded sets this property to their radius.
+    static constexpr char cornerRadiusProperty[] = "mireoCornerRadius";
+
     // Covers `host` and follows its size; hidden until asked.
     explicit ConfirmationSheet(QWidget *host);
 
