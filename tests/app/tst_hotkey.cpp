@@ -142,6 +142,42 @@ private Q_SLOTS:
         QCOMPARE(activated.size(), activations);
     }
 
+    // Num Lock moved to another modifier while the grab is held (a new keymap can do that):
+    // the grab follows, so the key still works with Num Lock on.
+    void followsALockModifierThatMoves_data()
+    {
+        QTest::addColumn<bool>("shared");
+        QTest::newRow("Qt's connection") << true;
+        QTest::newRow("own connection") << false;
+    }
+    void followsALockModifierThatMoves()
+    {
+        requireX();
+        if (QStandardPaths::findExecutable("xmodmap").isEmpty())
+            QSKIP("xmodmap is not installed (x11-xserver-utils)");
+        QFETCH(bool, shared);
+        const auto xmodmap = [](const QStringList &expressions) {
+            QStringList arguments;
+            for (const QString &expression : expressions)
+                arguments << "-e" << expression;
+            QProcess process;
+            process.start("xmodmap", arguments);
+            return process.waitForFinished(10000) && process.exitCode() == 0;
+        };
+        const auto restore = qScopeGuard([&] {
+            (void)xmodmap({"clear mod3", "clear mod2", "add mod2 = Num_Lock"});
+        });
+        const std::unique_ptr<X11HotKey> hotKey = make(shared);
+        QVERIFY(hotKey->registerCombination(HotKey::quickPanelCombination));
+        QSignalSpy activated(hotKey.get(), &HotKey::activated);
+        QVERIFY(xmodmap({"clear mod2", "clear mod3", "add mod3 = Num_Lock"}));
+        QTest::qWait(200); // the change reaches the app
+        QVERIFY(press("Num_Lock alt+shift+k Num_Lock"));
+        QVERIFY(press("alt+shift+k"));
+        QTest::qWait(150);
+        QCOMPARE(activated.size(), 2);
+    }
+
     void aCombinationTakenElsewhereStaysInert_data()
     {
         QTest::addColumn<bool>("shared");
