@@ -24,12 +24,8 @@ void PulseSurfaces::togglePopover(QPoint anchor)
 
 void PulseSurfaces::toggleQuickPanel()
 {
-    QuickPanel &panel = ensureQuickPanel();
-    // The popover is transient: when the panel comes up and takes the keyboard, it goes, as it
-    // does for any other window (it holds the keyboard while open, so it must let go first).
-    if (!panel.isVisible() && m_popover->isVisible())
-        m_popover->hide();
-    panel.toggle();
+    // The two are independent: an open popover stays open beside the panel.
+    ensureQuickPanel().toggle();
 }
 
 QuickPanel &PulseSurfaces::ensureQuickPanel()
