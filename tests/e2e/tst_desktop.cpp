@@ -530,9 +530,8 @@ private Q_SLOTS:
         QTRY_VERIFY2_WITH_TIMEOUT(pnlTitle.match(label()).hasMatch(), qPrintable(label()), 20000);
         waitForPolls(3);
         QCOMPARE(m_notifications.calls.size(), before);
-        // The launch that handed over brought up the quick panel, as a second launch does; no
-        // first-run window.
-        // first-run window: the hot key takes the one window away.
+        // The launch that handed over brought up the quick panel, as a second launch does, and
+        // no first-run window: the hot key takes the one window away.
         QTRY_COMPARE_WITH_TIMEOUT(windows().size(), 1, 10000);
         QVERIFY(press(u"alt+shift+k"_s));
         QTRY_VERIFY2_WITH_TIMEOUT(windows().isEmpty(), qPrintable(describe(windows())), 10000);
