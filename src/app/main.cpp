@@ -12,7 +12,7 @@ int main(int argc, char *argv[])
 {
     QCoreApplication::setOrganizationName(QStringLiteral("mireo"));
     QCoreApplication::setApplicationName(QStringLiteral("pulse"));
-    QCoreApplication::setApplicationVersion(QStringLiteral("0.1.0"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(MIREO_APP_VERSION));
     if (isRenderCommand(argc, argv))
         return runRenderCommand(argc, argv);
     if (!isHeadlessCommand(argc, argv))

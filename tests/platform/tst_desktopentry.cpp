@@ -1,4 +1,5 @@
 #include "platform/linux/DesktopEntry.h"
+#include "platform/linux/DesktopExec.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -83,7 +84,7 @@ private Q_SLOTS:
     {
         QFETCH(QString, path);
         QFETCH(QString, exec);
-        QCOMPARE(DesktopEntry::execArgument(path), exec);
+        QCOMPARE(desktop_exec::execArgument(path), exec);
     }
 
     void registersABuildFolderBinaryOnce()

@@ -11,8 +11,8 @@ class Server;
 // What the updates feed announces.
 struct AppcastFeed
 {
-    QString latestVersion = QStringLiteral("0.1.0"); // the app's own: "up to date"
-    QDateTime publishedAt;                           // invalid: the stand-in's now
+    QString latestVersion = QStringLiteral(MIREO_APP_VERSION); // the app's own: "up to date"
+    QDateTime publishedAt;                                     // invalid: the stand-in's now
 
     // Plain dotted numbers only, e.g. "1.2.0".
     static bool isVersion(const QString &text);

@@ -21,8 +21,9 @@ int main(int argc, char *argv[])
     const QCommandLineOption seedOption(u"seed"_s, u"Seed of the demo book."_s, u"S"_s, u"42"_s);
     const QCommandLineOption stepOption(
         u"step-seconds"_s, u"Seconds per demo-book step (0: only on request)."_s, u"X"_s, u"5"_s);
-    const QCommandLineOption versionOption(
-        u"latest-version"_s, u"Version the updates feed announces."_s, u"X.Y.Z"_s, u"0.1.0"_s);
+    const QCommandLineOption versionOption(u"latest-version"_s,
+                                           u"Version the updates feed announces."_s, u"X.Y.Z"_s,
+                                           QStringLiteral(MIREO_APP_VERSION));
     parser.addOptions({portOption, seedOption, stepOption, versionOption});
     parser.process(app);
 

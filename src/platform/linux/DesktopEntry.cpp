@@ -1,5 +1,7 @@
 #include "platform/linux/DesktopEntry.h"
 
+#include "platform/linux/DesktopExec.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -46,39 +48,14 @@ bool isInstalled(const QString &binaryPath)
                              QLatin1StringView(fileName));
 }
 
-QString quotedArgument(const QString &argument)
-{
-    static const QString reserved = QStringLiteral(" \t\n\"'\\><~|&;$*?#()`");
-    QString quoted = argument;
-    if (std::any_of(quoted.cbegin(), quoted.cend(), [](QChar c) { return reserved.contains(c); })) {
-        QString escaped;
-        for (QChar c : quoted) {
-            if (c == u'"' || c == u'`' || c == u'$' || c == u'\\')
-                escaped += QLatin1Char('\\');
-            escaped += c;
-        }
-        quoted = QLatin1Char('"') + escaped + QLatin1Char('"');
-    }
-    return quoted;
-}
-
-QString execArgument(const QString &argument)
-{
-    QString quoted = argument;
-    quoted.replace(QLatin1Char('%'), QStringLiteral("%%"));
-    quoted = quotedArgument(quoted);
-    // The key's value is itself an escaped string: its backslashes are doubled once more.
-    quoted.replace(QLatin1Char('\\'), QStringLiteral("\\\\"));
-    return quoted;
-}
-
 QString entryFor(const QString &binaryPath)
 {
     const QString path = QFileInfo(binaryPath).absoluteFilePath();
     QStringList lines = QString::fromUtf8(resource(QLatin1StringView(fileName))).split(u'\n');
     for (QString &line : lines) {
         if (line.startsWith(QLatin1StringView("Exec=")))
-            line = QStringLiteral("Exec=") + execArgument(path) + QStringLiteral(" %u");
+            line =
+                QStringLiteral("Exec=") + desktop_exec::execArgument(path) + QStringLiteral(" %u");
     }
     return lines.join(u'\n');
 }
@@ -86,7 +63,7 @@ QString entryFor(const QString &binaryPath)
 QString busServiceFor(const QString &binaryPath)
 {
     return QStringLiteral("[D-BUS Service]\nName=com.mireo.Pulse\nExec=") +
-           quotedArgument(QFileInfo(binaryPath).absoluteFilePath()) + u'\n';
+           desktop_exec::quotedArgument(QFileInfo(binaryPath).absoluteFilePath()) + u'\n';
 }
 
 bool registerForUser(const QString &binaryPath)

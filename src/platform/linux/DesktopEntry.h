@@ -18,11 +18,6 @@ bool isInstalled(const QString &binaryPath);
 // The entry's text for a binary at this path, quoted as the Exec key requires.
 QString entryFor(const QString &binaryPath);
 
-// One argument quoted as a shell would read it, as D-Bus service files take it.
-QString quotedArgument(const QString &argument);
-// One argument of an Exec key, quoted and escaped as desktop entries require.
-QString execArgument(const QString &argument);
-
 // The bus service file's text for a binary at this path.
 QString busServiceFor(const QString &binaryPath);
 

@@ -1,5 +1,7 @@
 #include "platform/linux/XdgAutostart.h"
 
+#include "platform/linux/DesktopExec.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -7,20 +9,6 @@
 #include <QStandardPaths>
 
 namespace {
-
-// One argument of Exec=, quoted and escaped as desktop entries require: the quoting rule for
-// the argument first, then the backslash escape that every string value gets.
-QString execArgument(const QString &argument)
-{
-    QString quoted;
-    for (const QChar c : argument) {
-        if (c == u'"' || c == u'`' || c == u'$' || c == u'\\')
-            quoted += u'\\';
-        quoted += c;
-    }
-    quoted.replace(u'\\', QStringLiteral("\\\\"));
-    return u'"' + quoted + u'"';
-}
 
 bool isTrue(const QString &value)
 {
@@ -44,7 +32,7 @@ QByteArray XdgAutostart::entryFor(const QString &executable)
                              "Name=Mireo Pulse\n"
                              "Comment=The pulse of your money in the panel\n"
                              "Exec=") +
-           execArgument(executable).toUtf8() +
+           desktop_exec::execArgument(executable).toUtf8() +
            QByteArrayLiteral("\n"
                              "Terminal=false\n"
                              "NoDisplay=true\n"

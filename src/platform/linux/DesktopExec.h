@@ -1,0 +1,15 @@
+#pragma once
+
+#include <QString>
+
+// How the desktop's launch files take a command's arguments. One place, so the menu entry, the
+// autostart entry and the bus service file quote a path the same way.
+namespace desktop_exec {
+
+// One argument quoted as a shell would read it, as D-Bus service files take it.
+QString quotedArgument(const QString &argument);
+// One argument of a desktop entry's Exec key: "%" doubled (it starts a field code otherwise),
+// quoted as above, then every backslash escaped once more, as in every string value.
+QString execArgument(const QString &argument);
+
+} // namespace desktop_exec
