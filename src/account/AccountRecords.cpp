@@ -1,23 +1,23 @@
 #include "account/AccountRecords.h"
 
-#include "net/CheckedSum.h"
-#include "net/StrictJson.h"
+#include "base/CheckedSum.h"
+#include "base/StrictJson.h"
 
 #include <algorithm>
 
 namespace {
 
 // Required members: present, non-null and of their type, or the body fails.
-template <typename T> std::optional<T> required(net::StrictReader &read, std::optional<T> value)
+template <typename T> std::optional<T> required(base::StrictReader &read, std::optional<T> value)
 {
     if (!value)
         read.fail();
     return value;
 }
 
-std::optional<Account> decodeAccount(net::StrictReader &read, const net::Json &value)
+std::optional<Account> decodeAccount(base::StrictReader &read, const base::Json &value)
 {
-    const net::Json *object = read.object(value);
+    const base::Json *object = read.object(value);
     if (!object)
         return std::nullopt;
     return Account{read.string(*object, "label"), read.string(*object, "environment"),
@@ -25,9 +25,9 @@ std::optional<Account> decodeAccount(net::StrictReader &read, const net::Json &v
                    read.integer(*object, "positions")};
 }
 
-std::optional<Position> decodePosition(net::StrictReader &read, const net::Json &value)
+std::optional<Position> decodePosition(base::StrictReader &read, const base::Json &value)
 {
-    const net::Json *object = read.object(value);
+    const base::Json *object = read.object(value);
     if (!object)
         return std::nullopt;
     const std::optional<QString> symbol = required(read, read.string(*object, "symbol"));
@@ -41,7 +41,7 @@ std::optional<Position> decodePosition(net::StrictReader &read, const net::Json 
 
 qint64 Portfolio::openPositions() const
 {
-    return net::sumOfCounts(accounts, [](const Account &account) { return account.positions; });
+    return base::sumOfCounts(accounts, [](const Account &account) { return account.positions; });
 }
 
 QList<Position> PositionsResponse::flattened() const
@@ -64,21 +64,21 @@ std::optional<TodayDecision> SwingResponse::decision() const
 
 std::optional<Portfolio> decodePortfolio(const QByteArray &body)
 {
-    const auto root = net::parseObject(body);
+    const auto root = base::parseObject(body);
     if (!root)
         return std::nullopt;
-    net::StrictReader read;
+    base::StrictReader read;
     Portfolio portfolio;
     portfolio.plan = read.string(*root, "plan");
-    const auto accounts = required(read, read.array(*root, "accounts", [&read](const net::Json &v) {
-        return decodeAccount(read, v);
-    }));
+    const auto accounts =
+        required(read, read.array(*root, "accounts",
+                                  [&read](const base::Json &v) { return decodeAccount(read, v); }));
     if (accounts)
         portfolio.accounts = *accounts;
-    if (const net::Json *totals = read.object(*root, "totals"))
+    if (const base::Json *totals = read.object(*root, "totals"))
         portfolio.totals = Totals{read.number(*totals, "equity"), read.number(*totals, "todayPnl"),
                                   read.number(*totals, "baseline")};
-    if (const net::Json *worker = read.object(*root, "worker"))
+    if (const base::Json *worker = read.object(*root, "worker"))
         portfolio.worker =
             Worker{read.string(*worker, "status"), read.boolean(*worker, "autoExecuteEnabled"),
                    read.boolean(*worker, "killSwitch"), read.string(*worker, "tradingMode")};
@@ -89,17 +89,17 @@ std::optional<Portfolio> decodePortfolio(const QByteArray &body)
 
 std::optional<PositionsResponse> decodePositions(const QByteArray &body)
 {
-    const auto root = net::parseObject(body);
+    const auto root = base::parseObject(body);
     if (!root)
         return std::nullopt;
-    net::StrictReader read;
+    base::StrictReader read;
     const auto accounts =
-        required(read, read.array(*root, "accounts", [&read](const net::Json &value) {
-            const net::Json *object = read.object(value);
+        required(read, read.array(*root, "accounts", [&read](const base::Json &value) {
+            const base::Json *object = read.object(value);
             if (!object)
                 return std::optional<PositionsResponse::Account>();
             const auto positions =
-                required(read, read.array(*object, "positions", [&read](const net::Json &v) {
+                required(read, read.array(*object, "positions", [&read](const base::Json &v) {
                     return decodePosition(read, v);
                 }));
             return positions ? std::optional(PositionsResponse::Account{*positions}) : std::nullopt;
@@ -111,14 +111,14 @@ std::optional<PositionsResponse> decodePositions(const QByteArray &body)
 
 std::optional<SwingResponse> decodeSwing(const QByteArray &body)
 {
-    const auto root = net::parseObject(body);
+    const auto root = base::parseObject(body);
     if (!root)
         return std::nullopt;
-    net::StrictReader read;
+    base::StrictReader read;
     SwingResponse swing;
     swing.decidedAt = read.string(*root, "decidedAt");
-    const auto signals = required(read, read.array(*root, "signals", [&read](const net::Json &v) {
-        const net::Json *object = read.object(v);
+    const auto signals = required(read, read.array(*root, "signals", [&read](const base::Json &v) {
+        const base::Json *object = read.object(v);
         if (!object)
             return std::optional<Signal>();
         const auto symbol = required(read, read.string(*object, "symbol"));

@@ -3,10 +3,10 @@
 #include "account/Browser.h"
 #include "account/CallbackFragment.h"
 #include "account/SecretStore.h"
-#include "net/Clock.h"
+#include "base/Clock.h"
+#include "base/Publish.h"
+#include "base/StrictJson.h"
 #include "net/HttpClient.h"
-#include "net/Publish.h"
-#include "net/StrictJson.h"
 #include "settings/Defaults.h"
 #include "settings/L.h"
 
@@ -60,7 +60,7 @@ QDateTime after(const QDateTime &now, double seconds)
 
 } // namespace
 
-AuthStore::AuthStore(net::HttpClient &http, Defaults &defaults, const net::Clock &clock,
+AuthStore::AuthStore(net::HttpClient &http, Defaults &defaults, const base::Clock &clock,
                      SecretStore &secrets, Browser &browser, Endpoints endpoints, QObject *parent)
     : QObject(parent), m_http(http), m_defaults(defaults), m_clock(clock), m_secrets(secrets),
       m_browser(browser), m_endpoints(std::move(endpoints))
@@ -151,9 +151,9 @@ QCoro::Task<> AuthStore::refreshSession()
         co_await forgetSession(Holding::Already);
         co_return;
     }
-    const std::optional<net::Json> body =
-        response.ok ? net::parseObject(response.body) : std::nullopt;
-    const auto accessToken = body ? body->find("access_token") : net::Json::const_iterator();
+    const std::optional<base::Json> body =
+        response.ok ? base::parseObject(response.body) : std::nullopt;
+    const auto accessToken = body ? body->find("access_token") : base::Json::const_iterator();
     if (!body || accessToken == body->end() || !accessToken->is_string()) {
         setLastError(L::text("offline \u2014 account data may be stale",
                              "offline \u2014 dados da conta podem estar velhos"));
@@ -342,29 +342,29 @@ void AuthStore::restorePortfolioCache()
 
 void AuthStore::setIsSignedIn(bool value)
 {
-    net::publish(this, m_isSignedIn, value, &AuthStore::isSignedInChanged);
+    base::publish(this, m_isSignedIn, value, &AuthStore::isSignedInChanged);
 }
 void AuthStore::setSigningIn(bool value)
 {
-    net::publish(this, m_signingIn, value, &AuthStore::signingInChanged);
+    base::publish(this, m_signingIn, value, &AuthStore::signingInChanged);
 }
 void AuthStore::setPortfolio(const std::optional<Portfolio> &value)
 {
-    net::publish(this, m_portfolio, value, &AuthStore::portfolioChanged);
+    base::publish(this, m_portfolio, value, &AuthStore::portfolioChanged);
 }
 void AuthStore::setPortfolioAsOf(const std::optional<QDateTime> &value)
 {
-    net::publish(this, m_portfolioAsOf, value, &AuthStore::portfolioAsOfChanged);
+    base::publish(this, m_portfolioAsOf, value, &AuthStore::portfolioAsOfChanged);
 }
 void AuthStore::setTodayDecision(const std::optional<TodayDecision> &value)
 {
-    net::publish(this, m_todayDecision, value, &AuthStore::todayDecisionChanged);
+    base::publish(this, m_todayDecision, value, &AuthStore::todayDecisionChanged);
 }
 void AuthStore::setLastError(const std::optional<QString> &value)
 {
-    net::publish(this, m_lastError, value, &AuthStore::lastErrorChanged);
+    base::publish(this, m_lastError, value, &AuthStore::lastErrorChanged);
 }
 void AuthStore::setPositions(const QList<Position> &value)
 {
-    net::publish(this, m_positions, value, &AuthStore::positionsChanged);
+    base::publish(this, m_positions, value, &AuthStore::positionsChanged);
 }

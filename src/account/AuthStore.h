@@ -13,10 +13,12 @@
 class Browser;
 class Defaults;
 class SecretStore;
-namespace net {
+namespace base {
 class Clock;
+}
+namespace net {
 class HttpClient;
-} // namespace net
+}
 
 // The user's session with the service and the account data it unlocks. The refresh token lives
 // in the keychain, the access token in memory only; the last good portfolio is cached so a
@@ -49,7 +51,7 @@ public:
     };
 
     // Restores the session on the next turn of the event loop.
-    AuthStore(net::HttpClient &http, Defaults &defaults, const net::Clock &clock,
+    AuthStore(net::HttpClient &http, Defaults &defaults, const base::Clock &clock,
               SecretStore &secrets, Browser &browser, Endpoints endpoints,
               QObject *parent = nullptr);
 
@@ -116,7 +118,7 @@ private:
 
     net::HttpClient &m_http;
     Defaults &m_defaults;
-    const net::Clock &m_clock;
+    const base::Clock &m_clock;
     SecretStore &m_secrets;
     Browser &m_browser;
     const Endpoints m_endpoints;

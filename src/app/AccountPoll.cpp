@@ -2,7 +2,7 @@
 
 #include "account/AuthStore.h"
 #include "app/ShellRules.h"
-#include "net/Clock.h"
+#include "base/Clock.h"
 #include "pulse/CycleSchedule.h"
 
 #include <QCoroTask>
@@ -19,7 +19,7 @@ QCoro::Task<> loadThenAnnounce(QPointer<AccountPoll> poll, AuthStore &auth)
 
 } // namespace
 
-AccountPoll::AccountPoll(AuthStore &auth, const net::Clock &clock, QObject *parent)
+AccountPoll::AccountPoll(AuthStore &auth, const base::Clock &clock, QObject *parent)
     : QObject(parent), m_auth(auth), m_clock(clock)
 {
     connect(&m_timer, &QTimer::timeout, this, &AccountPoll::tick);

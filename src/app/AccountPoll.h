@@ -3,7 +3,7 @@
 #include <QTimer>
 
 class AuthStore;
-namespace net {
+namespace base {
 class Clock;
 }
 
@@ -12,7 +12,7 @@ class AccountPoll : public QObject
 {
     Q_OBJECT
 public:
-    AccountPoll(AuthStore &auth, const net::Clock &clock, QObject *parent = nullptr);
+    AccountPoll(AuthStore &auth, const base::Clock &clock, QObject *parent = nullptr);
 
     void start(std::chrono::milliseconds interval = std::chrono::seconds(60));
     void stop() { m_timer.stop(); }
@@ -27,7 +27,7 @@ private:
     void tick();
 
     AuthStore &m_auth;
-    const net::Clock &m_clock;
+    const base::Clock &m_clock;
     QTimer m_timer;
     qint64 m_tick = 0;
 };

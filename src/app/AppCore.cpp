@@ -6,7 +6,7 @@
 
 #include <QMetaMethod>
 
-AppCore::AppCore(Defaults &defaults, const net::Clock &clock, SecretStore &secrets,
+AppCore::AppCore(Defaults &defaults, const base::Clock &clock, SecretStore &secrets,
                  Browser &browser, Notifier &notifier, const AuthStore::Endpoints &endpoints,
                  QObject *parent)
     : QObject(parent), m_http(QByteArray(MireoConfig::userAgent)),

@@ -13,7 +13,7 @@ class Browser;
 class Notifier;
 class Defaults;
 class SecretStore;
-namespace net {
+namespace base {
 class Clock;
 }
 
@@ -23,7 +23,7 @@ class AppCore : public QObject
 {
     Q_OBJECT
 public:
-    AppCore(Defaults &defaults, const net::Clock &clock, SecretStore &secrets, Browser &browser,
+    AppCore(Defaults &defaults, const base::Clock &clock, SecretStore &secrets, Browser &browser,
             Notifier &notifier, const AuthStore::Endpoints &endpoints, QObject *parent = nullptr);
 
     net::HttpClient &http() { return m_http; }

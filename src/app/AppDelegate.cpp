@@ -8,7 +8,7 @@
 #include "app/StatusItem.h"
 #include "app/StatusReport.h"
 #include "app/UrlRouting.h"
-#include "net/Clock.h"
+#include "base/Clock.h"
 #include "platform/linux/DesktopEntry.h"
 #include "platform/linux/StatusNotifierItemOrTray.h"
 #include "platform/linux/X11HotKey.h"
@@ -55,11 +55,11 @@ void AppDelegate::didFinishLaunching()
     m_statusItem->setToolTipSource([this] {
         AppCore &core = m_services.core;
         return ui::panelSummary(statusReport(menuTitle(), core.pulse(), core.auth()),
-                                net::Clock::system().now(), L::isPT());
+                                base::Clock::system().now(), L::isPT());
     });
     m_surfaces.attach(*m_statusItem);
     connect(&m_surfaces, &PulseSurfaces::opened, this, [this] {
-        refreshOnOpen(m_services.core.pulse(), m_services.core.auth(), net::Clock::system());
+        refreshOnOpen(m_services.core.pulse(), m_services.core.auth(), base::Clock::system());
     });
 
     // Announcements come before the values settle; the next turn reads the new ones.
@@ -104,7 +104,8 @@ QWidget *AppDelegate::makePulseView()
 {
     AppCore &core = m_services.core;
     return new ui::PulseMenuView({core.pulse(), core.auth(), AppSettings::shared(), m_loginItem,
-                                  m_services.browser, net::Clock::system(), MireoConfig::siteURL()},
+                                  m_services.browser, base::Clock::system(),
+                                  MireoConfig::siteURL()},
                                  [this] { m_updater.checkNow(); });
 }
 

@@ -2,7 +2,7 @@
 
 #include "app/StatusReport.h"
 #include "app/WaybarLine.h"
-#include "net/Clock.h"
+#include "base/Clock.h"
 #include "platform/linux/PulseBusClient.h"
 #include "settings/Defaults.h"
 #include "settings/L.h"
@@ -21,7 +21,8 @@ void printLine(const QByteArray &line)
 
 HeadlessServices::HeadlessServices()
     : secrets(KeychainProcessStore::installedHelper(), MireoConfig::keychainService()),
-      core(Defaults::shared(), net::Clock::system(), secrets, browser, notifier, builtInEndpoints())
+      core(Defaults::shared(), base::Clock::system(), secrets, browser, notifier,
+           builtInEndpoints())
 {
 }
 
@@ -36,7 +37,7 @@ QByteArray surfaceLine(HeadlessOutput output, const QString &title, const QByteA
     if (output == HeadlessOutput::Title)
         return title.toUtf8();
     if (output == HeadlessOutput::Waybar)
-        return waybarLine(QJsonDocument::fromJson(status).object(), net::Clock::system().now(),
+        return waybarLine(QJsonDocument::fromJson(status).object(), base::Clock::system().now(),
                           L::isPT());
     return status;
 }

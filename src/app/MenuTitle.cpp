@@ -1,6 +1,6 @@
 #include "app/MenuTitle.h"
 
-#include "net/FixedDecimal.h"
+#include "base/FixedDecimal.h"
 
 #include <cmath>
 
@@ -10,7 +10,7 @@ namespace {
 QString dollars(double value)
 {
     return QStringLiteral("M ") + (value >= 0 ? u'+' : u'-') + u'$' +
-           net::fixedDecimal(std::fabs(value), 0);
+           base::fixedDecimal(std::fabs(value), 0);
 }
 
 // Equity against a positive baseline, or nothing.
@@ -31,7 +31,7 @@ QString menuTitleFor(const QString &metric, const std::optional<Portfolio> &port
         if (const auto pair = equityAndBaseline(totals)) {
             const double pct = (pair->first / pair->second - 1) * 100;
             return QStringLiteral("M ") + (pct >= 0 ? QStringLiteral("+") : QString()) +
-                   net::fixedDecimal(pct, 2) + u'%';
+                   base::fixedDecimal(pct, 2) + u'%';
         }
     } else if (metric == u"pnl") {
         if (totals && totals->todayPnl)

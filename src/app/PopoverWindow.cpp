@@ -1,7 +1,7 @@
 #include "app/PopoverWindow.h"
 
 #include "app/PanelPlacement.h"
-#include "net/FixedDecimal.h"
+#include "base/FixedDecimal.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -85,7 +85,7 @@ void PopoverWindow::paintEvent(QPaintEvent *)
         QTimer::singleShot(0, this, [shown] {
             const QByteArray line =
                 "popover painted in " +
-                net::fixedDecimal(double(shown.nsecsElapsed()) / 1e6, 1).toUtf8() + " ms\n";
+                base::fixedDecimal(double(shown.nsecsElapsed()) / 1e6, 1).toUtf8() + " ms\n";
             std::fwrite(line.constData(), 1, size_t(line.size()), stderr);
         });
     }

@@ -1,6 +1,6 @@
 #include "app/Probe.h"
 
-#include "net/FixedDecimal.h"
+#include "base/FixedDecimal.h"
 
 #include <QTimer>
 #include <cstdio>
@@ -11,7 +11,7 @@ namespace {
 // The shortest round-trip decimal, always with a fractional digit: 1183 -> "1183.0".
 QByteArray coordinate(double value)
 {
-    QByteArray text = net::shortestDecimal(value).toLatin1();
+    QByteArray text = base::shortestDecimal(value).toLatin1();
     const bool plainInteger = !text.contains('.') && !text.contains('e') && !text.contains("inf") &&
                               !text.contains("nan");
     if (plainInteger)

@@ -2,12 +2,12 @@
 
 #include "account/AuthStore.h"
 #include "app/ShellRules.h"
-#include "net/Clock.h"
+#include "base/Clock.h"
 #include "pulse/PulseStore.h"
 
 #include <QPointer>
 
-QCoro::Task<> refreshOnOpen(PulseStore &pulse, AuthStore &auth, const net::Clock &clock)
+QCoro::Task<> refreshOnOpen(PulseStore &pulse, AuthStore &auth, const base::Clock &clock)
 {
     if (!ShellRules::refreshesOnOpen(pulse.fetchedAt(), pulse.refreshing(), clock.now()))
         co_return;

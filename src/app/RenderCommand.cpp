@@ -1,7 +1,7 @@
 #include "app/RenderCommand.h"
 
 #include "app/Headless.h"
-#include "net/Clock.h"
+#include "base/Clock.h"
 #include "platform/linux/XdgAutostart.h"
 #include "settings/AppSettings.h"
 #include "settings/Defaults.h"
@@ -67,7 +67,7 @@ int runRenderCommand(int argc, char *argv[])
         bool written = true;
         if (parser.isSet(popover)) {
             ui::PulseMenuView view({core.pulse(), core.auth(), AppSettings::shared(), loginItem,
-                                    services.browser, net::Clock::system(),
+                                    services.browser, base::Clock::system(),
                                     MireoConfig::siteURL()});
             written = render(view, parser.value(popover)) && written;
         }

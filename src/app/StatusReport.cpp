@@ -1,7 +1,7 @@
 #include "app/StatusReport.h"
 
 #include "account/AuthStore.h"
-#include "net/Flexible.h"
+#include "base/Flexible.h"
 #include "pulse/PulseStore.h"
 #include "settings/AppSettings.h"
 
@@ -16,7 +16,7 @@ template <typename T> QJsonValue orNull(const std::optional<T> &value)
 
 QJsonValue orNull(const std::optional<QDateTime> &value)
 {
-    return value ? QJsonValue(net::isoUtcMillis(*value)) : QJsonValue(QJsonValue::Null);
+    return value ? QJsonValue(base::isoUtcMillis(*value)) : QJsonValue(QJsonValue::Null);
 }
 
 template <typename T, typename ToJson>

@@ -2,8 +2,8 @@
 
 #include "account/Browser.h"
 #include "app/Appcast.h"
+#include "base/Publish.h"
 #include "net/HttpClient.h"
-#include "net/Publish.h"
 #include "settings/L.h"
 
 #include <QPointer>
@@ -109,10 +109,10 @@ void UpdateChecker::setInFlight(int count)
 
 void UpdateChecker::setAvailableVersion(const std::optional<QString> &value)
 {
-    net::publish(this, m_availableVersion, value, &UpdateChecker::availableVersionChanged);
+    base::publish(this, m_availableVersion, value, &UpdateChecker::availableVersionChanged);
 }
 
 void UpdateChecker::setDownloadPage(const std::optional<QUrl> &value)
 {
-    net::publish(this, m_downloadPage, value, &UpdateChecker::downloadPageChanged);
+    base::publish(this, m_downloadPage, value, &UpdateChecker::downloadPageChanged);
 }

@@ -1,8 +1,8 @@
 #include "notify/NotificationStore.h"
 
 #include "account/AuthStore.h"
-#include "net/FixedDecimal.h"
-#include "net/Publish.h"
+#include "base/FixedDecimal.h"
+#include "base/Publish.h"
 #include "notify/Notifier.h"
 #include "notify/TradeRecords.h"
 #include "settings/Defaults.h"
@@ -34,7 +34,7 @@ QString fillBody(const Trade &trade)
     QString body =
         trade.side.value_or(QStringLiteral("trade")).toUpper() + QLatin1Char(' ') + trade.symbol;
     if (trade.fillPrice)
-        body += QStringLiteral(" @ $") + net::fixedDecimal(*trade.fillPrice, 2);
+        body += QStringLiteral(" @ $") + base::fixedDecimal(*trade.fillPrice, 2);
     return body;
 }
 } // namespace
@@ -186,5 +186,5 @@ void NotificationStore::writeMark(const char *key, const QString &value)
 
 void NotificationStore::setEnabled(bool value)
 {
-    net::publish(this, m_enabled, value, &NotificationStore::enabledChanged);
+    base::publish(this, m_enabled, value, &NotificationStore::enabledChanged);
 }

@@ -1,15 +1,15 @@
 #include "notify/TradeRecords.h"
 
-#include "net/StrictJson.h"
+#include "base/StrictJson.h"
 
 std::optional<TradesResponse> decodeTrades(const QByteArray &body)
 {
-    const auto root = net::parseObject(body);
+    const auto root = base::parseObject(body);
     if (!root)
         return std::nullopt;
-    net::StrictReader read;
-    auto trades = read.array(*root, "trades", [&read](const net::Json &value) {
-        const net::Json *trade = read.object(value);
+    base::StrictReader read;
+    auto trades = read.array(*root, "trades", [&read](const base::Json &value) {
+        const base::Json *trade = read.object(value);
         if (!trade)
             return std::optional<Trade>();
         std::optional<QString> symbol = read.string(*trade, "symbol");

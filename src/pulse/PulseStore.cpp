@@ -1,9 +1,9 @@
 #include "pulse/PulseStore.h"
 
-#include "net/Clock.h"
-#include "net/FixedDecimal.h"
+#include "base/Clock.h"
+#include "base/FixedDecimal.h"
+#include "base/Publish.h"
 #include "net/HttpClient.h"
-#include "net/Publish.h"
 #include "pulse/TrackRecord.h"
 #include "settings/Defaults.h"
 #include "settings/L.h"
@@ -18,7 +18,7 @@ const QString positionsKey = QStringLiteral("cache.pulse.positions");
 const QString lastUpdateKey = QStringLiteral("cache.pulse.lastUpdate");
 } // namespace
 
-PulseStore::PulseStore(net::HttpClient &http, Defaults &defaults, const net::Clock &clock,
+PulseStore::PulseStore(net::HttpClient &http, Defaults &defaults, const base::Clock &clock,
                        const QUrl &siteUrl, QObject *parent)
     : QObject(parent), m_http(http), m_defaults(defaults), m_clock(clock),
       m_endpoint(siteUrl.resolved(QUrl(QStringLiteral("api/public/track-record")))),
@@ -38,7 +38,7 @@ QString PulseStore::titleFor(std::optional<double> returnPct)
         return QStringLiteral("M\u00B7");
     // Negative zero is not below zero, so it keeps the plus and shows its own minus: "+-0.0".
     const QString sign = *returnPct >= 0 ? QStringLiteral("+") : QString();
-    return QStringLiteral("M ") + sign + net::fixedDecimal(*returnPct, 1) + QLatin1Char('%');
+    return QStringLiteral("M ") + sign + base::fixedDecimal(*returnPct, 1) + QLatin1Char('%');
 }
 
 QCoro::Task<> PulseStore::refresh()
@@ -121,33 +121,33 @@ void PulseStore::restoreCache()
 
 void PulseStore::setReturnPct(std::optional<double> value)
 {
-    net::publish(this, m_returnPct, value, &PulseStore::returnPctChanged);
+    base::publish(this, m_returnPct, value, &PulseStore::returnPctChanged);
 }
 void PulseStore::setVsSpyPct(std::optional<double> value)
 {
-    net::publish(this, m_vsSpyPct, value, &PulseStore::vsSpyPctChanged);
+    base::publish(this, m_vsSpyPct, value, &PulseStore::vsSpyPctChanged);
 }
 void PulseStore::setOpenPositions(qint64 value)
 {
-    net::publish(this, m_openPositions, value, &PulseStore::openPositionsChanged);
+    base::publish(this, m_openPositions, value, &PulseStore::openPositionsChanged);
 }
 void PulseStore::setLastUpdate(const std::optional<QDateTime> &value)
 {
-    net::publish(this, m_lastUpdate, value, &PulseStore::lastUpdateChanged);
+    base::publish(this, m_lastUpdate, value, &PulseStore::lastUpdateChanged);
 }
 void PulseStore::setLastError(const std::optional<QString> &value)
 {
-    net::publish(this, m_lastError, value, &PulseStore::lastErrorChanged);
+    base::publish(this, m_lastError, value, &PulseStore::lastErrorChanged);
 }
 void PulseStore::setRefreshing(bool value)
 {
-    net::publish(this, m_refreshing, value, &PulseStore::refreshingChanged);
+    base::publish(this, m_refreshing, value, &PulseStore::refreshingChanged);
 }
 void PulseStore::setFetchedAt(const std::optional<QDateTime> &value)
 {
-    net::publish(this, m_fetchedAt, value, &PulseStore::fetchedAtChanged);
+    base::publish(this, m_fetchedAt, value, &PulseStore::fetchedAtChanged);
 }
 void PulseStore::setSparkline(const QList<double> &value)
 {
-    net::publish(this, m_sparkline, value, &PulseStore::sparklineChanged);
+    base::publish(this, m_sparkline, value, &PulseStore::sparklineChanged);
 }

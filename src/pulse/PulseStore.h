@@ -10,10 +10,12 @@
 #include <optional>
 
 class Defaults;
-namespace net {
+namespace base {
 class Clock;
+}
+namespace net {
 class HttpClient;
-} // namespace net
+}
 
 // "The pulse": the public book's latest numbers, kept fresh by its own timer and cached so a
 // restart, online or not, shows the last known numbers at once.
@@ -36,7 +38,7 @@ public:
     static constexpr qsizetype sparklineLength = 30;
 
     // Restores the cache, starts the first refresh and arms the refresh timer.
-    PulseStore(net::HttpClient &http, Defaults &defaults, const net::Clock &clock,
+    PulseStore(net::HttpClient &http, Defaults &defaults, const base::Clock &clock,
                const QUrl &siteUrl, QObject *parent = nullptr);
 
     std::optional<double> returnPct() const { return m_returnPct; }
@@ -85,7 +87,7 @@ private:
 
     net::HttpClient &m_http;
     Defaults &m_defaults;
-    const net::Clock &m_clock;
+    const base::Clock &m_clock;
     const QUrl m_endpoint;
     const QUrl m_statsEndpoint;
     QTimer m_timer;

@@ -1,8 +1,8 @@
 #include "pulse/TrackRecord.h"
 
-#include "net/CheckedSum.h"
-#include "net/Flexible.h"
-#include "net/StrictJson.h"
+#include "base/CheckedSum.h"
+#include "base/Flexible.h"
+#include "base/StrictJson.h"
 
 std::optional<double> TrackRecord::returnPct() const
 {
@@ -16,32 +16,32 @@ std::optional<double> TrackRecord::vsSpyPct() const
 
 qint64 TrackRecord::openPositions() const
 {
-    return net::sumOfCounts(accounts.value_or(QList<Account>()),
-                            [](const Account &account) { return account.positions; });
+    return base::sumOfCounts(accounts.value_or(QList<Account>()),
+                             [](const Account &account) { return account.positions; });
 }
 
 std::optional<QDateTime> TrackRecord::lastUpdateTime() const
 {
-    return lastUpdate ? net::flexible(*lastUpdate) : std::nullopt;
+    return lastUpdate ? base::flexible(*lastUpdate) : std::nullopt;
 }
 
 std::optional<TrackRecord> decodeTrackRecord(const QByteArray &body)
 {
-    const auto root = net::parseObject(body);
+    const auto root = base::parseObject(body);
     if (!root)
         return std::nullopt;
-    net::StrictReader read;
+    base::StrictReader read;
     TrackRecord record;
     record.hasData = read.boolean(*root, "has_data");
-    if (const net::Json *consolidated = read.object(*root, "consolidated")) {
+    if (const base::Json *consolidated = read.object(*root, "consolidated")) {
         record.consolidated = TrackRecord::Consolidated{
             read.number(*consolidated, "return_pct"),
             read.number(*consolidated, "return_vs_spy_pct"),
             read.number(*consolidated, "total_equity"),
         };
     }
-    record.accounts = read.array(*root, "accounts", [&read](const net::Json &value) {
-        const net::Json *account = read.object(value);
+    record.accounts = read.array(*root, "accounts", [&read](const base::Json &value) {
+        const base::Json *account = read.object(value);
         return account ? std::optional(TrackRecord::Account{read.integer(*account, "positions")})
                        : std::nullopt;
     });
@@ -53,13 +53,13 @@ std::optional<TrackRecord> decodeTrackRecord(const QByteArray &body)
 
 std::optional<Stats> decodeStats(const QByteArray &body)
 {
-    const auto root = net::parseObject(body);
+    const auto root = base::parseObject(body);
     if (!root)
         return std::nullopt;
-    net::StrictReader read;
+    base::StrictReader read;
     Stats stats;
     stats.sparkline = read.array(*root, "sparkline",
-                                 [&read](const net::Json &value) { return read.number(value); });
+                                 [&read](const base::Json &value) { return read.number(value); });
     if (read.failed())
         return std::nullopt;
     return stats;

@@ -1,6 +1,6 @@
 #include "settings/Defaults.h"
 
-#include "net/FixedDecimal.h"
+#include "base/FixedDecimal.h"
 
 #include <cmath>
 
@@ -99,7 +99,7 @@ void Defaults::setInteger(const QString &key, qint64 value)
 void Defaults::setNumber(const QString &key, std::optional<double> value)
 {
     // As text, because QSettings would write -0.0 as "0" and lose the sign.
-    value ? m_settings.setValue(key, net::shortestDecimal(*value)) : m_settings.remove(key);
+    value ? m_settings.setValue(key, base::shortestDecimal(*value)) : m_settings.remove(key);
 }
 
 void Defaults::setDate(const QString &key, const std::optional<QDateTime> &value)

@@ -1,6 +1,6 @@
 #include "ui/Format.h"
 
-#include "net/FixedDecimal.h"
+#include "base/FixedDecimal.h"
 
 #include <QLocale>
 #include <QTimeZone>
@@ -45,7 +45,7 @@ QString wholeAmount(double value, const FormatLocale &locale)
                                .grouping(UNUM_GROUPING_AUTO)
                                .formatDouble(value, status);
     const icu::UnicodeString text = formatted.toString(status);
-    return U_SUCCESS(status) ? fromIcu(text) : net::fixedDecimal(value, 0);
+    return U_SUCCESS(status) ? fromIcu(text) : base::fixedDecimal(value, 0);
 }
 
 // Largest first, as the relative phrase weighs them.
@@ -124,7 +124,7 @@ QString moneySigned(double dollars, const FormatLocale &locale)
 QString signedPercent(double percent)
 {
     // The number prints its own "-"; only gains get a "+".
-    return (percent >= 0 ? QStringLiteral("+") : QString()) + net::fixedDecimal(percent, 2) +
+    return (percent >= 0 ? QStringLiteral("+") : QString()) + base::fixedDecimal(percent, 2) +
            QLatin1Char('%');
 }
 

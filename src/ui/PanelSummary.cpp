@@ -1,6 +1,6 @@
 #include "ui/PanelSummary.h"
 
-#include "net/Flexible.h"
+#include "base/Flexible.h"
 
 #include <QJsonArray>
 #include <QStringList>
@@ -21,7 +21,7 @@ std::optional<QString> text(const QJsonValue &value)
 
 std::optional<QDateTime> date(const QJsonValue &value)
 {
-    return value.isString() ? net::flexible(value.toString()) : std::nullopt;
+    return value.isString() ? base::flexible(value.toString()) : std::nullopt;
 }
 
 // The older of two optional dates: the tool tip is as fresh as its stalest number.

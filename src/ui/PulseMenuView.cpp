@@ -2,7 +2,7 @@
 
 #include "account/AuthStore.h"
 #include "account/Browser.h"
-#include "net/Clock.h"
+#include "base/Clock.h"
 #include "pulse/PulseStore.h"
 #include "settings/AppSettings.h"
 #include "settings/L.h"

@@ -15,7 +15,7 @@ class AuthStore;
 class Browser;
 class LoginItem;
 class PulseStore;
-namespace net {
+namespace base {
 class Clock;
 }
 
@@ -39,7 +39,7 @@ public:
         AppSettings &settings;
         LoginItem &loginItem;
         Browser &browser;
-        const net::Clock &clock;
+        const base::Clock &clock;
         QUrl siteUrl; // the web origin; rows open its /portfolio page, "Open Mireo" its /home
     };
 

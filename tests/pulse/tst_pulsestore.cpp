@@ -1,4 +1,4 @@
-#include "net/Flexible.h"
+#include "base/Flexible.h"
 #include "net/HttpClient.h"
 #include "pulse/PulseStore.h"
 #include "settings/MireoConfig.h"
@@ -85,7 +85,7 @@ private Q_SLOTS:
         QCOMPARE(store.returnPct(), 12.345);
         QCOMPARE(store.vsSpyPct(), -1.25);
         QCOMPARE(store.openPositions(), 5);
-        QCOMPARE(store.lastUpdate(), net::flexible(u"2025-03-07T14:30:05.123Z"));
+        QCOMPARE(store.lastUpdate(), base::flexible(u"2025-03-07T14:30:05.123Z"));
         QCOMPARE(store.fetchedAt(), rig.clock.now());
         QCOMPARE(store.lastError(), std::nullopt);
         QVERIFY(!store.refreshing());

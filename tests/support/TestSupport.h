@@ -1,6 +1,6 @@
 #pragma once
 
-#include "net/Clock.h"
+#include "base/Clock.h"
 #include "settings/Defaults.h"
 
 #include <QTemporaryDir>
@@ -10,7 +10,7 @@
 namespace testing {
 
 // A clock that stands still until told otherwise.
-class ManualClock final : public net::Clock
+class ManualClock final : public base::Clock
 {
 public:
     explicit ManualClock(QDateTime now = QDateTime(QDate(2025, 3, 7), QTime(14, 30), Qt::UTC))

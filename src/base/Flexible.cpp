@@ -1,6 +1,6 @@
-#include "net/Flexible.h"
+#include "base/Flexible.h"
 
-namespace net {
+namespace base {
 
 namespace {
 
@@ -53,4 +53,4 @@ QString isoUtcMillis(const QDateTime &instant)
     return instant.toUTC().toString(Qt::ISODateWithMs);
 }
 
-} // namespace net
+} // namespace base

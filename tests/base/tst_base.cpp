@@ -1,12 +1,12 @@
-#include "net/FixedDecimal.h"
-#include "net/Flexible.h"
+#include "base/FixedDecimal.h"
+#include "base/Flexible.h"
 
 #include <QTest>
 #include <cmath>
 
 using namespace Qt::StringLiterals;
 
-class TestNet : public QObject
+class TestBase : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
@@ -41,10 +41,10 @@ private Q_SLOTS:
     {
         QFETCH(QString, text);
         QFETCH(QString, utc);
-        const auto parsed = net::flexible(text);
+        const auto parsed = base::flexible(text);
         QCOMPARE(parsed.has_value(), !utc.isEmpty());
         if (parsed)
-            QCOMPARE(net::isoUtcMillis(*parsed), utc);
+            QCOMPARE(base::isoUtcMillis(*parsed), utc);
     }
 
     void fixedDecimalRoundsLikePrintf_data()
@@ -69,7 +69,7 @@ private Q_SLOTS:
         QFETCH(double, value);
         QFETCH(int, decimals);
         QFETCH(QString, text);
-        QCOMPARE(net::fixedDecimal(value, decimals), text);
+        QCOMPARE(base::fixedDecimal(value, decimals), text);
     }
 
     void fixedDecimalIgnoresTheLocale()
@@ -77,11 +77,11 @@ private Q_SLOTS:
         const QLocale before;
         QLocale::setDefault(QLocale(QLocale::Portuguese, QLocale::Portugal));
         std::setlocale(LC_NUMERIC, "pt_PT.UTF-8"); // may be missing; harmless then
-        QCOMPARE(net::fixedDecimal(1234.5, 1), QStringLiteral("1234.5"));
+        QCOMPARE(base::fixedDecimal(1234.5, 1), QStringLiteral("1234.5"));
         std::setlocale(LC_NUMERIC, "C");
         QLocale::setDefault(before);
     }
 };
 
-QTEST_GUILESS_MAIN(TestNet)
-#include "tst_net.moc"
+QTEST_GUILESS_MAIN(TestBase)
+#include "tst_base.moc"

@@ -2,7 +2,7 @@
 
 #include <QtGlobal>
 
-namespace net {
+namespace base {
 
 // Adds the counts a service reports, an absent one adding nothing. A sum past 64 bits is
 // nonsense no screen could show; stop rather than wrap.
@@ -16,4 +16,4 @@ template <typename Range, typename Count> qint64 sumOfCounts(const Range &items,
     return sum;
 }
 
-} // namespace net
+} // namespace base

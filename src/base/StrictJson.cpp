@@ -1,8 +1,8 @@
-#include "net/StrictJson.h"
+#include "base/StrictJson.h"
 
 #include <cmath>
 
-namespace net {
+namespace base {
 
 std::optional<Json> parseObject(const QByteArray &body)
 {
@@ -90,4 +90,4 @@ const Json *StrictReader::object(const Json &object, const char *key)
     return value ? this->object(*value) : nullptr;
 }
 
-} // namespace net
+} // namespace base

@@ -2,7 +2,7 @@
 
 #include <QDateTime>
 
-namespace net {
+namespace base {
 
 // The source of "now" for stores and view models, so tests can hold time still or move it.
 class Clock
@@ -14,4 +14,4 @@ public:
     static const Clock &system();
 };
 
-} // namespace net
+} // namespace base

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <optional>
 
-namespace net {
+namespace base {
 
 namespace detail {
 template <typename T> bool same(const T &a, const T &b)
@@ -29,4 +29,4 @@ void publish(Owner *owner, T &field, V &&value, void (Owner::*changed)())
     (owner->*changed)();
 }
 
-} // namespace net
+} // namespace base

@@ -1,6 +1,6 @@
-#include "net/Clock.h"
+#include "base/Clock.h"
 
-namespace net {
+namespace base {
 
 namespace {
 class SystemClock final : public Clock
@@ -16,4 +16,4 @@ const Clock &Clock::system()
     return clock;
 }
 
-} // namespace net
+} // namespace base

@@ -6,7 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
-namespace net {
+namespace base {
 
 // nlohmann's reader keeps what a strict decoder needs and Qt's drops: integers apart from
 // fractions, and the sign of -0.0.
@@ -69,4 +69,4 @@ private:
     bool m_failed = false;
 };
 
-} // namespace net
+} // namespace base

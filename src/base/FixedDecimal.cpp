@@ -1,8 +1,8 @@
-#include "net/FixedDecimal.h"
+#include "base/FixedDecimal.h"
 
 #include <charconv>
 
-namespace net {
+namespace base {
 
 namespace {
 // Enough for any double in fixed notation (about 310 integer digits) plus the decimals.
@@ -27,4 +27,4 @@ QString shortestDecimal(double value)
     return text(buffer, std::to_chars(buffer, buffer + bufferSize, value));
 }
 
-} // namespace net
+} // namespace base
