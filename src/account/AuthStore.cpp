@@ -9,6 +9,7 @@
 #include "net/HttpClient.h"
 #include "settings/Defaults.h"
 #include "settings/L.h"
+#include "settings/SettingsKeys.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -21,8 +22,8 @@
 
 namespace {
 
-const QString portfolioCacheKey = QStringLiteral("cache.portfolio.json");
-const QString portfolioAsOfKey = QStringLiteral("cache.portfolio.asOf");
+const QString portfolioCacheKey = settings_keys::portfolioJson;
+const QString portfolioAsOfKey = settings_keys::portfolioAsOf;
 constexpr double defaultLifetimeSeconds = 3600;
 // Beyond any real token's life; keeps the expiry arithmetic finite.
 constexpr double longestLifetimeSeconds = 1e10;

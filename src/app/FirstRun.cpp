@@ -1,12 +1,13 @@
 #include "app/FirstRun.h"
 
 #include "settings/Defaults.h"
+#include "settings/SettingsKeys.h"
 
 namespace firstRun {
 
 bool claim(Defaults &defaults)
 {
-    const QString key = QString::fromLatin1(onboardedKey);
+    const QString key = settings_keys::onboarded;
     if (defaults.boolean(key).value_or(false))
         return false;
     defaults.setBoolean(key, true);

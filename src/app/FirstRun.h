@@ -5,8 +5,6 @@ class Defaults;
 // The first-run window is shown at most once per user account.
 namespace firstRun {
 
-inline constexpr char onboardedKey[] = "onboarded";
-
 // True exactly once: the first time it is asked on this Defaults file. The mark is written and
 // flushed before the caller shows anything, so quitting with the window open does not bring it
 // back next time.

@@ -7,6 +7,7 @@
 #include "notify/TradeRecords.h"
 #include "settings/Defaults.h"
 #include "settings/L.h"
+#include "settings/SettingsKeys.h"
 
 #include <QCoreApplication>
 #include <QPointer>
@@ -87,10 +88,10 @@ QCoro::Task<> NotificationStore::checkDecision(AuthStore &auth)
     if (!swing || !swing->decidedAt)
         co_return;
     const QString &decidedAt = *swing->decidedAt;
-    const std::optional<QString> previous = m_defaults.string(QLatin1String(lastDecisionKey));
+    const std::optional<QString> previous = m_defaults.string(settings_keys::lastDecisionAt);
     if (previous == decidedAt)
         co_return;
-    writeMark(lastDecisionKey, decidedAt);
+    writeMark(settings_keys::lastDecisionAt, decidedAt);
     // The first decision ever seen only sets the mark: installing the app never announces a
     // decision that already exists.
     if (!previous)
@@ -130,9 +131,9 @@ QCoro::Task<> NotificationStore::checkFills(AuthStore &auth)
                      [](const Fill &a, const Fill &b) { return a.order < b.order; });
 
     const QString &newest = *fills.last().trade->filledAt;
-    const std::optional<QString> previous = m_defaults.string(QLatin1String(lastFillKey));
+    const std::optional<QString> previous = m_defaults.string(settings_keys::lastFillAt);
     // Unconditionally, so the mark follows the server even backwards.
-    writeMark(lastFillKey, newest);
+    writeMark(settings_keys::lastFillAt, newest);
     if (!previous)
         co_return;
     const QByteArray previousOrder = textOrder(*previous);
@@ -155,8 +156,8 @@ void NotificationStore::checkKillSwitch(const std::optional<Portfolio> &portfoli
     const bool on = portfolio->worker->killSwitch.value_or(false);
     // A mark never written reads as off, so unlike the other checks the first sighting of the
     // switch on is announced.
-    const bool was = m_defaults.boolean(QLatin1String(killSwitchKey)).value_or(false);
-    m_defaults.setBoolean(QLatin1String(killSwitchKey), on);
+    const bool was = m_defaults.boolean(settings_keys::killSwitchOn).value_or(false);
+    m_defaults.setBoolean(settings_keys::killSwitchOn, on);
     m_defaults.sync();
     if (on == was)
         return;
@@ -177,9 +178,9 @@ void NotificationStore::post(const QString &identifier, const QString &title, co
     m_notifier.deliver(Notifier::Notification{identifier, title, body, /*defaultSound=*/true});
 }
 
-void NotificationStore::writeMark(const char *key, const QString &value)
+void NotificationStore::writeMark(const QString &key, const QString &value)
 {
-    m_defaults.setString(QLatin1String(key), value);
+    m_defaults.setString(key, value);
     // On disk before anything is posted: a crash right after must not announce it again.
     m_defaults.sync();
 }

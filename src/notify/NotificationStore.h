@@ -20,10 +20,6 @@ class NotificationStore : public QObject
     Q_PROPERTY(bool enabled READ enabled NOTIFY enabledChanged)
 
 public:
-    static constexpr char lastDecisionKey[] = "notify.lastDecisionAt";
-    static constexpr char lastFillKey[] = "notify.lastFillAt";
-    static constexpr char killSwitchKey[] = "notify.killSwitchOn";
-
     NotificationStore(Notifier &notifier, Defaults &defaults, QObject *parent = nullptr);
 
     // The user allowed notifications; false until the permission answer says otherwise.
@@ -43,7 +39,7 @@ private:
     QCoro::Task<> checkFills(AuthStore &auth);
     void checkKillSwitch(const std::optional<Portfolio> &portfolio);
     void post(const QString &identifier, const QString &title, const QString &body);
-    void writeMark(const char *key, const QString &value);
+    void writeMark(const QString &key, const QString &value);
     void setEnabled(bool value);
 
     Notifier &m_notifier;

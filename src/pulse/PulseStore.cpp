@@ -7,15 +7,16 @@
 #include "pulse/TrackRecord.h"
 #include "settings/Defaults.h"
 #include "settings/L.h"
+#include "settings/SettingsKeys.h"
 
 #include <QPointer>
 
 namespace {
-const QString fetchedAtKey = QStringLiteral("cache.pulse.fetchedAt");
-const QString returnPctKey = QStringLiteral("cache.pulse.returnPct");
-const QString vsSpyKey = QStringLiteral("cache.pulse.vsSpy");
-const QString positionsKey = QStringLiteral("cache.pulse.positions");
-const QString lastUpdateKey = QStringLiteral("cache.pulse.lastUpdate");
+const QString fetchedAtKey = settings_keys::pulseFetchedAt;
+const QString returnPctKey = settings_keys::pulseReturnPct;
+const QString vsSpyKey = settings_keys::pulseVsSpy;
+const QString positionsKey = settings_keys::pulsePositions;
+const QString lastUpdateKey = settings_keys::pulseLastUpdate;
 } // namespace
 
 PulseStore::PulseStore(net::HttpClient &http, Defaults &defaults, const base::Clock &clock,

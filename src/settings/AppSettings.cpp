@@ -1,12 +1,12 @@
 #include "settings/AppSettings.h"
 
 #include "settings/Defaults.h"
+#include "settings/SettingsKeys.h"
 
 namespace {
-const QString metricKey = QStringLiteral("menu.metric");
-const QString languageKey = QStringLiteral("app.language");
-// Earlier releases had only a switch between the public and the personal title.
-const QString legacyPersonalKey = QStringLiteral("menu.personal");
+const QString metricKey = settings_keys::menuMetric;
+const QString languageKey = settings_keys::language;
+const QString legacyPersonalKey = settings_keys::legacyPersonalTitle;
 } // namespace
 
 AppSettings::AppSettings(Defaults &defaults, QObject *parent)

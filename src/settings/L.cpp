@@ -1,6 +1,7 @@
 #include "settings/L.h"
 
 #include "settings/Defaults.h"
+#include "settings/SettingsKeys.h"
 
 #include <QLocale>
 
@@ -18,7 +19,7 @@ bool decide(const std::optional<QString> &storedLanguage, const QStringList &pre
 
 bool isPT()
 {
-    return decide(Defaults::shared().string(QStringLiteral("app.language")),
+    return decide(Defaults::shared().string(settings_keys::language),
                   QLocale::system().uiLanguages());
 }
 
