@@ -191,6 +191,8 @@ private Q_SLOTS:
                 {"symbol":"M","filled_at":"2026-03-02T15:10:00Z"},{"symbol":"O","status":"new"}]})")
             << "2026-03-02T15:10:00Z"
             << QStringList{"fill-2026-03-02T15:10:00Z-M | Order filled | TRADE M"} << fillKey;
+        QTest::newRow("the mark follows the newest fill, also back in time")
+            << "2026-03-02T17:00:00Z" << 200 << day << t16 << QStringList() << fillKey;
         QTest::newRow("empty list leaves the mark")
             << t15 << 200 << QByteArray(R"({"trades":[]})") << t15 << QStringList() << fillKey;
         QTest::newRow("side upper-cased, price with two decimals and no grouping")
@@ -240,22 +242,6 @@ private Q_SLOTS:
             rig.check(404, {}, status, body);
         QCOMPARE(lines(rig.notifier.delivered), posted);
         QCOMPARE(rig.mark(key), markAfter);
-    }
-
-    // After the mark moved back, the next response announces everything past it again.
-    void fillsAfterTheMarkMovedBack()
-    {
-        Rig rig;
-        QVERIFY(rig.start());
-        rig.setMark(fillKey, "2026-03-02T17:00:00Z");
-        rig.check(404, {}, 200,
-                  R"({"trades":[{"symbol":"A","side":"buy","filled_at":"2026-03-02T15:00:00Z"}]})");
-        rig.check(404, {}, 200, R"({"trades":[
-            {"symbol":"A","side":"buy","filled_at":"2026-03-02T15:00:00Z"},
-            {"symbol":"B","side":"buy","filled_at":"2026-03-02T16:00:00Z"}]})");
-        QCOMPARE(lines(rig.notifier.delivered),
-                 QStringList{"fill-2026-03-02T16:00:00Z-B | Order filled | BUY B"});
-        QCOMPARE(rig.mark(fillKey), "2026-03-02T16:00:00Z");
     }
 
     void killSwitch_data()
@@ -398,41 +384,6 @@ private Q_SLOTS:
         QCOMPARE(identifiers(rig.notifier.delivered),
                  (QStringList{"decision-2026-03-03T14:15:00.000Z", "fill-2026-03-03T15:00:00Z-F"}));
         QCOMPARE(rig.standin.server.requests().size(), 4);
-    }
-
-    // Every text is picked in the language of the moment it is posted (English: in the tables
-    // above).
-    void textsInBothLanguages_data()
-    {
-        QTest::addColumn<QString>("language");
-        QTest::addColumn<QStringList>("posted");
-        QTest::newRow("pt") << "pt"
-                            << QStringList{
-                                   "decision-d2 | A Mireo decidiu | Sinais de hoje: AAPL, MSFT",
-                                   "fill-t2-AAPL | Ordem executada | BUY AAPL @ $187.25",
-                                   "killswitch-on | Kill switch ativado | A Mireo parou de "
-                                   "executar na tua conta. V\u00EA a app.",
-                                   "decision-d3 | A Mireo decidiu | Hoje sem opera\u00E7\u00E3o. A "
-                                   "disciplina faz parte.",
-                                   "killswitch-off | Kill switch limpo | A execu\u00E7\u00E3o "
-                                   "autom\u00E1tica voltou a estar dispon\u00EDvel."};
-    }
-    void textsInBothLanguages()
-    {
-        QFETCH(QString, language);
-        QFETCH(QStringList, posted);
-        Rig rig;
-        QVERIFY(rig.start());
-        rig.setMark(decisionKey, "d1");
-        rig.setMark(fillKey, "t1");
-        Defaults::shared().setString(QStringLiteral("app.language"), language);
-        rig.holdPortfolio(R"("worker":{"killSwitch":true})");
-        rig.check(
-            200, swing("d2", R"({"symbol":"AAPL"},{"symbol":"MSFT"})"), 200,
-            R"({"trades":[{"symbol":"AAPL","side":"buy","filled_at":"t2","fill_price":187.25}]})");
-        rig.holdPortfolio(R"("worker":{"killSwitch":false})");
-        rig.check(200, swing("d3"), 404, {});
-        QCOMPARE(lines(rig.notifier.delivered), posted);
     }
 };
 
