@@ -95,7 +95,8 @@ class TestResources : public QObject
         QCoro::waitFor(m_auth->loadPortfolio());
         QVERIFY(QTest::qWaitFor([&] { return !finished.isEmpty(); }, 5000));
         // Let the replies and sockets that were aborted be deleted, as the event loop would.
-        QTest::qWait(1);
+        QCoreApplication::processEvents();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 
 private Q_SLOTS:
