@@ -36,7 +36,8 @@ private Q_SLOTS:
         row("portfolio: empty", PortfolioBody, "");
         row("portfolio: cut off", PortfolioBody, R"({"accounts":[{"positions":1})");
         row("positions: account without them", PositionsBody, R"({"accounts":[{}]})");
-        row("positions: no symbol", PositionsBody, R"({"accounts":[{"positions":[{"marketValue":1}]}]})");
+        row("positions: no symbol", PositionsBody,
+            R"({"accounts":[{"positions":[{"marketValue":1}]}]})");
         row("positions: value as string", PositionsBody,
             R"({"accounts":[{"positions":[{"symbol":"A","unrealizedPl":"1"}]}]})");
         row("positions: no accounts", PositionsBody, "{}");
@@ -46,11 +47,14 @@ private Q_SLOTS:
         row("trades: no trades key", TradesBody, "{}");
         row("trades: null trades", TradesBody, R"({"trades":null})");
         row("trades: not a list", TradesBody, R"({"trades":{"symbol":"X"}})");
-        row("trades: one without symbol", TradesBody, R"({"trades":[{"symbol":"X"},{"side":"b"}]})");
+        row("trades: one without symbol", TradesBody,
+            R"({"trades":[{"symbol":"X"},{"side":"b"}]})");
         row("trades: null symbol", TradesBody, R"({"trades":[{"symbol":null}]})");
         row("trades: null element", TradesBody, R"({"trades":[null]})");
-        row("trades: price as text", TradesBody, R"({"trades":[{"symbol":"X","fill_price":"1.5"}]})");
-        row("trades: unused status still typed", TradesBody, R"({"trades":[{"symbol":"X","status":1}]})");
+        row("trades: price as text", TradesBody,
+            R"({"trades":[{"symbol":"X","fill_price":"1.5"}]})");
+        row("trades: unused status still typed", TradesBody,
+            R"({"trades":[{"symbol":"X","status":1}]})");
         row("trades: time as number", TradesBody, R"({"trades":[{"symbol":"X","filled_at":17}]})");
         row("trades: not an object", TradesBody, R"([{"symbol":"X"}])");
     }
@@ -82,7 +86,8 @@ private Q_SLOTS:
             {"label":"Main","environment":"live","equity":1000.5,"todayPnl":-3,"positions":2},
             {"positions":3}],"totals":{"equity":1,"todayPnl":2,"baseline":3},
             "worker":{"status":"running","autoExecuteEnabled":true,"killSwitch":false,
-            "tradingMode":"swing"},"unknown":[1,2]})") << qint64(5);
+            "tradingMode":"swing"},"unknown":[1,2]})")
+                              << qint64(5);
         QTest::newRow("empty accounts") << QByteArray(R"({"accounts":[]})") << qint64(0);
         QTest::newRow("missing count adds 0")
             << QByteArray(R"({"accounts":[{"label":"A"},{"positions":4}]})") << qint64(4);
@@ -130,8 +135,8 @@ private Q_SLOTS:
             << QByteArray(R"({"accounts":[{"positions":[{"symbol":"N","marketValue":null},
                {"symbol":"P","marketValue":0.5}]}]})")
             << QStringList{u"P"_s, u"N"_s};
-        QTest::newRow("empty list") << QByteArray(R"({"accounts":[{"positions":[]}]})")
-                                    << QStringList{};
+        QTest::newRow("empty list")
+            << QByteArray(R"({"accounts":[{"positions":[]}]})") << QStringList{};
     }
     void positionsSort()
     {

@@ -76,8 +76,9 @@ class TestAuthStore : public QObject
             if (!store)
                 startAndRestore();
             standin.answer(portfolioPath, 200, portfolioBody);
-            standin.answer(swingPath, 200,
-                           R"({"decidedAt":"2025-03-07T15:15:00.000Z","signals":[{"symbol":"NVDA"}]})");
+            standin.answer(
+                swingPath, 200,
+                R"({"decidedAt":"2025-03-07T15:15:00.000Z","signals":[{"symbol":"NVDA"}]})");
             standin.answer(positionsPath, 200, positionsBody);
             QSignalSpy loaded(store.get(), &AuthStore::positionsChanged);
             store->handleCallback(QUrl(u"mireopulse://auth#"_s + fragment));
@@ -187,8 +188,8 @@ private Q_SLOTS:
             << 200 << a2 << 0 << u"R"_s << QString() << QByteArray("Bearer A2");
         QTest::newRow("401 signs out") << 401 << a2 << 0 << QString() << QString() << QByteArray();
         // The fault matrix runs every other failure through the real binary.
-        QTest::newRow("not JSON is offline") << 200 << QByteArray("<html>") << 0 << u"R"_s
-                                             << offline << old;
+        QTest::newRow("not JSON is offline")
+            << 200 << QByteArray("<html>") << 0 << u"R"_s << offline << old;
     }
     void refresh()
     {
@@ -466,8 +467,7 @@ private Q_SLOTS:
         QCOMPARE(QJsonDocument::fromJson(patch[0].body).object(),
                  QJsonObject({{u"enabled"_s, wanted}}));
         // Only the reloaded portfolio shows the new state.
-        QCOMPARE(rig.store->portfolio()->worker->autoExecuteEnabled,
-                 !accepted || reload != 200);
+        QCOMPARE(rig.store->portfolio()->worker->autoExecuteEnabled, !accepted || reload != 200);
         QCOMPARE(rig.requestsTo(portfolioPath).size(), accepted ? 1 : 0);
     }
 

@@ -518,7 +518,6 @@ private Q_SLOTS:
         QVERIFY(press(u"alt+shift+k"_s));
         QTRY_VERIFY_WITH_TIMEOUT(windows().isEmpty(), 10000);
     }
-
 };
 
 int main(int argc, char *argv[])

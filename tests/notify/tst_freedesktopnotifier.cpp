@@ -39,9 +39,8 @@ class TestFreedesktopNotifier : public QObject
                                         [answer](bool granted) { *answer = granted; });
             if (answer->has_value()) // the answer must never arrive before the request returns
                 return std::nullopt;
-            return QTest::qWaitFor([&answer] { return answer->has_value(); }, 5000)
-                       ? *answer
-                       : std::nullopt;
+            return QTest::qWaitFor([&answer] { return answer->has_value(); }, 5000) ? *answer
+                                                                                    : std::nullopt;
         }
         bool waitForCalls(qsizetype count)
         {
@@ -67,8 +66,8 @@ private Q_SLOTS:
 
     void noBusAtAllRefusesWithoutBlocking()
     {
-        FreedesktopNotifier notifier(QDBusConnection::connectToBus(
-            u"unix:path=/nonexistent/mireo-bus"_s, u"nowhere"_s));
+        FreedesktopNotifier notifier(
+            QDBusConnection::connectToBus(u"unix:path=/nonexistent/mireo-bus"_s, u"nowhere"_s));
         std::optional<bool> answer;
         notifier.requestPermission(Notifier::Permission::Alert,
                                    [&answer](bool granted) { answer = granted; });
@@ -120,7 +119,8 @@ private Q_SLOTS:
         rig.notifier->deliver(note(u"fill-x"_s, u"first"_s));
         rig.notifier->deliver(note(u"fill-x"_s, u"second"_s));
         rig.notifier->deliver(note(u"fill-x"_s, u"third"_s));
-        QTRY_VERIFY(!rig.server.calls.isEmpty() && rig.server.calls.constLast().summary == u"third"_s);
+        QTRY_VERIFY(!rig.server.calls.isEmpty() &&
+                    rig.server.calls.constLast().summary == u"third"_s);
         // Calls arrive in order: once this one is in, nothing sent before it is on its way.
         rig.notifier->deliver(note(u"last"_s, u"last"_s));
         QTRY_COMPARE(rig.server.calls.constLast().summary, u"last"_s);
@@ -129,8 +129,8 @@ private Q_SLOTS:
         QStringList summaries;
         for (const auto &call : calls)
             summaries << call.summary;
-        QCOMPARE(summaries, (QStringList{u"t"_s, u"t"_s, u"again"_s, u"first"_s, u"third"_s,
-                                         u"last"_s}));
+        QCOMPARE(summaries,
+                 (QStringList{u"t"_s, u"t"_s, u"again"_s, u"first"_s, u"third"_s, u"last"_s}));
         QCOMPARE(calls[1].replacesId, 0u);
         QVERIFY(calls[1].returnedId != calls[0].returnedId);
         QCOMPARE(calls[2].replacesId, calls[0].returnedId);

@@ -35,11 +35,11 @@ QStringList lines(const QList<Notifier::Notification> &delivered, bool identifie
 {
     QStringList result;
     for (const auto &notification : delivered)
-        result << (identifiersOnly ? notification.identifier
-                                   : QStringList{notification.identifier, notification.title,
-                                                 notification.body}
-                                             .join(u" | "_s) +
-                                         (notification.defaultSound ? u""_s : u" (silent)"_s));
+        result << (identifiersOnly
+                       ? notification.identifier
+                       : QStringList{notification.identifier, notification.title, notification.body}
+                                 .join(u" | "_s) +
+                             (notification.defaultSound ? u""_s : u" (silent)"_s));
     return result;
 }
 } // namespace
@@ -169,7 +169,8 @@ private Q_SLOTS:
             u"2026-03-02T15:10:00Z"_s, {u"fill-2026-03-02T15:10:00Z-M | Order filled | TRADE M"_s});
         row("empty list leaves the mark", fillKey, t15, 200, trades(""), t15);
         row("side upper-cased, price with two decimals and no grouping", fillKey, t15, 200,
-            trades(R"({"symbol":"AAPL","side":"buy","filled_at":"2026-03-02T15:01:00Z","fill_price":1234.5},
+            trades(
+                R"({"symbol":"AAPL","side":"buy","filled_at":"2026-03-02T15:01:00Z","fill_price":1234.5},
                 {"symbol":"BRK","side":"Sell","filled_at":"2026-03-02T15:02:00Z","fill_price":1234567},
                 {"symbol":"P","side":"buy","filled_at":"2026-03-02T15:03:00Z","fill_price":0.005},
                 {"symbol":"Q","side":"buy","filled_at":"2026-03-02T15:04:00Z","fill_price":187.255},
@@ -180,9 +181,8 @@ private Q_SLOTS:
              u"fill-2026-03-02T15:03:00Z-P | Order filled | BUY P @ $0.01"_s,
              u"fill-2026-03-02T15:04:00Z-Q | Order filled | BUY Q @ $187.25"_s,
              u"fill-2026-03-02T15:05:00Z-R | Order filled | TRADE R @ $-2.00"_s});
-        row("equal times keep the server's order; same symbol shares the identifier", fillKey,
-            t15, 200,
-            trades(R"({"symbol":"Z","side":"buy","filled_at":"2026-03-02T15:20:00Z"},
+        row("equal times keep the server's order; same symbol shares the identifier", fillKey, t15,
+            200, trades(R"({"symbol":"Z","side":"buy","filled_at":"2026-03-02T15:20:00Z"},
                 {"symbol":"A","side":"buy","filled_at":"2026-03-02T15:20:00Z","fill_price":1},
                 {"symbol":"Z","side":"buy","filled_at":"2026-03-02T15:20:00Z","fill_price":2})"),
             u"2026-03-02T15:20:00Z"_s,

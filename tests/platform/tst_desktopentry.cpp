@@ -39,8 +39,8 @@ private Q_SLOTS:
         for (const QString &name : {u"xdg-mime"_s, u"update-desktop-database"_s}) {
             QFile script(helpers + u'/' + name);
             QVERIFY(script.open(QIODevice::WriteOnly));
-            script.write(u"#!/bin/sh\necho \"$MIREO_TEST_TAG %1 $*\" >> '%2'\n"_s.arg(name, log())
-                             .toUtf8());
+            script.write(
+                u"#!/bin/sh\necho \"$MIREO_TEST_TAG %1 $*\" >> '%2'\n"_s.arg(name, log()).toUtf8());
             script.close();
             script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         }
@@ -58,7 +58,8 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("path");
         QTest::addColumn<QString>("exec");
-        QTest::newRow("plain") << u"/opt/mireo/bin/mireo-pulse"_s << u"/opt/mireo/bin/mireo-pulse"_s;
+        QTest::newRow("plain") << u"/opt/mireo/bin/mireo-pulse"_s
+                               << u"/opt/mireo/bin/mireo-pulse"_s;
         QTest::newRow("space") << u"/home/a b/mireo-pulse"_s << u"\"/home/a b/mireo-pulse\""_s;
         QTest::newRow("dollar") << u"/tmp/x$y/mireo-pulse"_s << u"\"/tmp/x\\\\$y/mireo-pulse\""_s;
         QTest::newRow("percent, a field code otherwise")
@@ -81,8 +82,8 @@ private Q_SLOTS:
         qputenv("MIREO_TEST_TAG", "first");
         QVERIFY(DesktopEntry::registerForUser(binary));
 
-        const QString entry = QString::fromUtf8(read(dataHome() +
-                                                     u"/applications/com.mireo.Pulse.desktop"_s));
+        const QString entry =
+            QString::fromUtf8(read(dataHome() + u"/applications/com.mireo.Pulse.desktop"_s));
         for (const QString &line :
              {u"Exec=\""_s + binary + u"\" %u"_s, u"MimeType=x-scheme-handler/mireopulse;"_s,
               u"Icon=mireo-pulse"_s, u"NoDisplay=false"_s, u"Categories=Office;Finance;"_s,
