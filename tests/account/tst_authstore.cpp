@@ -1,14 +1,8 @@
-#include "account/AuthStore.h"
-#include "net/HttpClient.h"
-#include "settings/MireoConfig.h"
-#include "support/AccountFakes.h"
-#include "support/StandinFixture.h"
-#include "support/TestSupport.h"
+#include "support/AccountRig.h"
 
 #include <QCoroTask>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QSignalSpy>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -43,33 +37,8 @@ class TestAuthStore : public QObject
 {
     Q_OBJECT
 
-    // One store with its keychain, browser, clock and settings, against one stand-in.
-    struct Rig
+    struct Rig : testing::AccountRig
     {
-        testing::StandinFixture standin;
-        net::HttpClient http{QByteArray(MireoConfig::userAgent)};
-        testing::TempDefaults defaults;
-        testing::ManualClock clock;
-        testing::InMemorySecretStore secrets;
-        testing::RecordingBrowser browser;
-        std::unique_ptr<AuthStore> store;
-
-        Rig() { http.setTimeoutLimit(testing::shortTimeout); }
-        AuthStore &start()
-        {
-            store = std::make_unique<AuthStore>(
-                http, *defaults, clock, secrets, browser,
-                AuthStore::Endpoints{standin.url(), standin.url(), anonKey});
-            return *store;
-        }
-        // Starts the store and lets its launch restore finish.
-        AuthStore &startAndRestore()
-        {
-            QSignalSpy restored(&start(), &AuthStore::restoreFinished);
-            if (restored.isEmpty() && !restored.wait(5000))
-                qFatal("restore did not finish");
-            return *store;
-        }
         // Signs in through a callback with good account answers, and waits for the load.
         void signIn(const QString &fragment = u"access_token=A&refresh_token=R"_s)
         {

@@ -1,13 +1,7 @@
 #include "RecordingNotifier.h"
-#include "account/AuthStore.h"
-#include "net/HttpClient.h"
 #include "notify/NotificationStore.h"
-#include "settings/MireoConfig.h"
-#include "support/AccountFakes.h"
-#include "support/StandinFixture.h"
-#include "support/TestSupport.h"
+#include "support/AccountRig.h"
 
-#include <QSignalSpy>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -49,44 +43,31 @@ class TestNotificationStore : public QObject
     Q_OBJECT
 
     // A signed-in account against the stand-in, and the store under test over its own marks.
-    struct Rig
+    struct Rig : testing::AccountRig
     {
-        testing::StandinFixture standin;
-        net::HttpClient http{QByteArray(MireoConfig::userAgent)};
-        testing::TempDefaults accountDefaults;
         testing::TempDefaults marks;
-        testing::ManualClock clock;
-        testing::InMemorySecretStore secrets;
-        testing::RecordingBrowser browser;
         testing::RecordingNotifier notifier;
-        AuthStore auth{http,    *accountDefaults,
-                       clock,   secrets,
-                       browser, {standin.url(), testing::refusingUrl(), QByteArray("anon")}};
-        NotificationStore store{notifier, *marks};
-
-        Rig() { http.setTimeoutLimit(testing::shortTimeout); }
+        NotificationStore notifications{notifier, *marks};
 
         // Signed in with no portfolio yet.
         bool signIn()
         {
             // The launch restore comes first, as in the app; with no stored session it is quick.
-            QSignalSpy restored(&auth, &AuthStore::restoreFinished);
-            if (!restored.wait(5000))
-                return false;
+            AuthStore &auth = startAndRestore();
             standin.answer(portfolioPath, 500, {});
             auth.handleCallback(
                 QUrl(u"mireopulse://auth#access_token=A&refresh_token=R&expires_in=3600"_s));
             // The sign-in's own account load ends in an error line: nothing to show.
-            const bool loaded = QTest::qWaitFor([this] { return auth.lastError().has_value(); });
+            const bool loaded = QTest::qWaitFor([&] { return auth.lastError().has_value(); });
             standin.server.reset();
             return loaded && auth.isSignedIn();
         }
         // Signed in, notifications allowed.
         bool start()
         {
-            store.requestPermission();
+            notifications.requestPermission();
             notifier.answer(true);
-            return signIn() && store.enabled();
+            return signIn() && notifications.enabled();
         }
         void holdPortfolio(const QByteArray &worker)
         {
@@ -94,7 +75,7 @@ class TestNotificationStore : public QObject
                            R"({"accounts":[])" + (worker.isEmpty() ? "" : "," + worker) + "}");
             standin.answer(swingPath, 404, {});
             standin.answer(u"/api/mobile/positions"_s, 404, {});
-            QCoro::waitFor(auth.loadPortfolio());
+            QCoro::waitFor(store->loadPortfolio());
             standin.server.reset();
         }
         void check(int swingStatus, const QByteArray &swingBody, int tradesStatus,
@@ -102,7 +83,7 @@ class TestNotificationStore : public QObject
         {
             standin.answer(swingPath, swingStatus, swingBody);
             standin.answer(tradesPath, tradesStatus, tradesBody);
-            QCoro::waitFor(store.check(auth));
+            QCoro::waitFor(notifications.check(*store));
         }
         void setMark(const QString &key, const QString &value)
         {
@@ -307,8 +288,10 @@ private Q_SLOTS:
         Rig rig;
         if (signedIn)
             QVERIFY(rig.signIn());
+        else
+            rig.startAndRestore();
         rig.holdPortfolio(R"("worker":{"killSwitch":true})");
-        rig.store.requestPermission();
+        rig.notifications.requestPermission();
         QCOMPARE(rig.notifier.permissionRequests,
                  QList<Notifier::Permissions>{Notifier::Permission::Alert |
                                               Notifier::Permission::Sound});
@@ -334,8 +317,8 @@ private Q_SLOTS:
         rig.standin.answer(swingPath, 200, swing("2026-03-03T14:15:00.000Z"), 2);
         rig.standin.answer(tradesPath, 200,
                            trades(R"({"symbol":"F","filled_at":"2026-03-03T15:00:00Z"})"), 2);
-        QCoro::Task<> first = rig.store.check(rig.auth);
-        QCoro::Task<> second = rig.store.check(rig.auth);
+        QCoro::Task<> first = rig.notifications.check(*rig.store);
+        QCoro::Task<> second = rig.notifications.check(*rig.store);
         QCoro::waitFor(first);
         QCoro::waitFor(second);
         QCOMPARE(lines(rig.notifier.delivered, true),
