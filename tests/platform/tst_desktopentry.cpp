@@ -1,17 +1,19 @@
 #include "platform/linux/DesktopEntry.h"
 #include "platform/linux/DesktopExec.h"
+#include "platform/linux/XdgAutostart.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
 
-// Registration of the desktop entry for a build run from its build folder, in a temporary
-// XDG_DATA_HOME, with stand-ins for xdg-mime and update-desktop-database on PATH that log each
-// call with the MIREO_TEST_TAG of the moment.
+// The desktop files written for the user: the entry of a build run from its build folder, in a
+// temporary XDG_DATA_HOME, with stand-ins for xdg-mime and update-desktop-database on PATH that
+// log each call with the MIREO_TEST_TAG of the moment; and the autostart entry.
 class TestDesktopEntry : public QObject
 {
     Q_OBJECT
@@ -20,6 +22,10 @@ class TestDesktopEntry : public QObject
     QByteArray m_path = qgetenv("PATH");
 
     QString dataHome() const { return m_root.filePath(u"data"_s); }
+    QString autostartEntry() const
+    {
+        return m_root.filePath(u"config/autostart/mireo-pulse.desktop"_s);
+    }
     QString log() const { return m_root.filePath(u"helpers.log"_s); }
     static QByteArray read(const QString &path)
     {
@@ -45,12 +51,14 @@ private Q_SLOTS:
             script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         }
         qputenv("PATH", helpers.toUtf8() + ':' + m_path);
+        qputenv("XDG_CONFIG_HOME", m_root.filePath(u"config"_s).toUtf8());
     }
 
     void init()
     {
         QDir(dataHome()).removeRecursively();
         QFile::remove(log());
+        QFile::remove(autostartEntry());
         qputenv("XDG_DATA_HOME", dataHome().toUtf8());
     }
 
@@ -134,6 +142,60 @@ private Q_SLOTS:
         qputenv("PATH", m_root.filePath(u"helpers"_s).toUtf8() + ':' + m_path);
         QVERIFY(wrote);
         QVERIFY(QFile::exists(dataHome() + u"/applications/com.mireo.Pulse.desktop"_s));
+    }
+
+    void autostartRegistersAndUnregisters()
+    {
+        XdgAutostart item(u"/usr/bin/mireo-pulse"_s);
+        QCOMPARE(item.status(), LoginItem::Status::NotRegistered);
+        QVERIFY(item.registerItem());
+        QCOMPARE(item.status(), LoginItem::Status::Enabled);
+        const QByteArray text = read(autostartEntry());
+        QVERIFY(text.startsWith("[Desktop Entry]\n"));
+        QVERIFY(text.contains("\nExec=/usr/bin/mireo-pulse\n"));
+        QVERIFY(text.contains("\nType=Application\n"));
+        QVERIFY(item.unregisterItem());
+        QCOMPARE(item.status(), LoginItem::Status::NotRegistered);
+        QVERIFY(item.unregisterItem()); // nothing left to remove is not a failure
+    }
+
+    void autostartEntriesTheUserDisabledAreOff_data()
+    {
+        QTest::addColumn<QByteArray>("entry");
+        QTest::addColumn<bool>("enabled");
+        QTest::newRow("plain") << QByteArray("[Desktop Entry]\nExec=x\n") << true;
+        QTest::newRow("hidden") << QByteArray("[Desktop Entry]\nHidden=true\n") << false;
+        QTest::newRow("hidden false") << QByteArray("[Desktop Entry]\nHidden=false\n") << true;
+        QTest::newRow("gnome disabled")
+            << QByteArray("[Desktop Entry]\nX-GNOME-Autostart-enabled=false\n") << false;
+        QTest::newRow("key in another group")
+            << QByteArray("[Desktop Entry]\nExec=x\n[Desktop Action a]\nHidden=true\n") << true;
+    }
+    void autostartEntriesTheUserDisabledAreOff()
+    {
+        QFETCH(QByteArray, entry);
+        QFETCH(bool, enabled);
+        XdgAutostart item(u"/usr/bin/mireo-pulse"_s);
+        QVERIFY(item.registerItem());
+        QFile file(autostartEntry());
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write(entry);
+        file.close();
+        QCOMPARE(item.status() == LoginItem::Status::Enabled, enabled);
+    }
+
+    // A file where the autostart folder should be: the entry cannot be written.
+    void autostartRefusedRegistrationReportsFailure()
+    {
+        const QString folder = QFileInfo(autostartEntry()).path();
+        QVERIFY(QDir(folder).removeRecursively());
+        QFile blocker(folder);
+        QVERIFY(blocker.open(QIODevice::WriteOnly));
+        blocker.close();
+        XdgAutostart item(u"/usr/bin/mireo-pulse"_s);
+        QVERIFY(!item.registerItem());
+        QCOMPARE(item.status(), LoginItem::Status::NotRegistered);
+        QFile::remove(folder);
     }
 };
 
