@@ -1,4 +1,5 @@
 #include "account/AccountRecords.h"
+#include "notify/TradeRecords.h"
 
 #include <QTest>
 #include <cmath>
@@ -10,55 +11,97 @@ class TestAccountRecords : public QObject
 {
     Q_OBJECT
 
+    enum Kind { PortfolioBody, PositionsBody, SwingBody, TradesBody };
+
 private Q_SLOTS:
-    void portfolio_data()
+    void rejects_data()
+    {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<QByteArray>("body");
+        const auto row = [](const char *name, Kind kind, const char *body) {
+            QTest::newRow(name) << int(kind) << QByteArray(body);
+        };
+        row("portfolio: no accounts", PortfolioBody, R"({"plan":"pro"})");
+        row("portfolio: accounts null", PortfolioBody, R"({"accounts":null})");
+        row("portfolio: count as string", PortfolioBody, R"({"accounts":[{"positions":"2"}]})");
+        row("portfolio: fractional count", PortfolioBody, R"({"accounts":[{"positions":2.5}]})");
+        row("portfolio: plan as number", PortfolioBody, R"({"accounts":[],"plan":1})");
+        row("portfolio: switch as number", PortfolioBody,
+            R"({"accounts":[],"worker":{"killSwitch":1}})");
+        row("portfolio: equity as string", PortfolioBody,
+            R"({"accounts":[],"totals":{"equity":"1"}})");
+        row("portfolio: account not an object", PortfolioBody, R"({"accounts":[1]})");
+        row("portfolio: array at the top", PortfolioBody, "[]");
+        row("portfolio: not JSON", PortfolioBody, "<html>");
+        row("portfolio: empty", PortfolioBody, "");
+        row("portfolio: cut off", PortfolioBody, R"({"accounts":[{"positions":1})");
+        row("positions: account without them", PositionsBody, R"({"accounts":[{}]})");
+        row("positions: no symbol", PositionsBody,
+            R"({"accounts":[{"positions":[{"marketValue":1}]}]})");
+        row("positions: value as string", PositionsBody,
+            R"({"accounts":[{"positions":[{"symbol":"A","unrealizedPl":"1"}]}]})");
+        row("positions: no accounts", PositionsBody, "{}");
+        row("swing: no signals", SwingBody, R"({"decidedAt":"x"})");
+        row("swing: signal without symbol", SwingBody, R"({"decidedAt":"x","signals":[{}]})");
+        row("swing: decidedAt as number", SwingBody, R"({"decidedAt":1,"signals":[]})");
+        row("trades: no trades key", TradesBody, "{}");
+        row("trades: null trades", TradesBody, R"({"trades":null})");
+        row("trades: not a list", TradesBody, R"({"trades":{"symbol":"X"}})");
+        row("trades: one without symbol", TradesBody,
+            R"({"trades":[{"symbol":"X"},{"side":"b"}]})");
+        row("trades: null symbol", TradesBody, R"({"trades":[{"symbol":null}]})");
+        row("trades: null element", TradesBody, R"({"trades":[null]})");
+        row("trades: price as text", TradesBody,
+            R"({"trades":[{"symbol":"X","fill_price":"1.5"}]})");
+        row("trades: unused status still typed", TradesBody,
+            R"({"trades":[{"symbol":"X","status":1}]})");
+        row("trades: time as number", TradesBody, R"({"trades":[{"symbol":"X","filled_at":17}]})");
+        row("trades: not an object", TradesBody, R"([{"symbol":"X"}])");
+    }
+    void rejects()
+    {
+        QFETCH(int, kind);
+        QFETCH(QByteArray, body);
+        switch (Kind(kind)) {
+        case PortfolioBody:
+            QVERIFY(!decodePortfolio(body));
+            break;
+        case PositionsBody:
+            QVERIFY(!decodePositions(body));
+            break;
+        case SwingBody:
+            QVERIFY(!decodeSwing(body));
+            break;
+        case TradesBody:
+            QVERIFY(!decodeTrades(body));
+            break;
+        }
+    }
+
+    void portfolioCountsPositions_data()
     {
         QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<bool>("decodes");
         QTest::addColumn<qint64>("openPositions");
-
         QTest::newRow("full") << QByteArray(R"({"plan":"pro","accounts":[
             {"label":"Main","environment":"live","equity":1000.5,"todayPnl":-3,"positions":2},
             {"positions":3}],"totals":{"equity":1,"todayPnl":2,"baseline":3},
             "worker":{"status":"running","autoExecuteEnabled":true,"killSwitch":false,
             "tradingMode":"swing"},"unknown":[1,2]})")
-                              << true << qint64(5);
-        QTest::newRow("empty accounts") << QByteArray(R"({"accounts":[]})") << true << qint64(0);
+                              << qint64(5);
+        QTest::newRow("empty accounts") << QByteArray(R"({"accounts":[]})") << qint64(0);
         QTest::newRow("missing count adds 0")
-            << QByteArray(R"({"accounts":[{"label":"A"},{"positions":4}]})") << true << qint64(4);
-        QTest::newRow("totals null")
-            << QByteArray(R"({"accounts":[],"totals":null})") << true << qint64(0);
+            << QByteArray(R"({"accounts":[{"label":"A"},{"positions":4}]})") << qint64(4);
+        QTest::newRow("totals null") << QByteArray(R"({"accounts":[],"totals":null})") << qint64(0);
         QTest::newRow("integral float count")
-            << QByteArray(R"({"accounts":[{"positions":2.0}]})") << true << qint64(2);
-        QTest::newRow("no accounts") << QByteArray(R"({"plan":"pro"})") << false << qint64(0);
-        QTest::newRow("accounts null") << QByteArray(R"({"accounts":null})") << false << qint64(0);
-        QTest::newRow("count as string")
-            << QByteArray(R"({"accounts":[{"positions":"2"}]})") << false << qint64(0);
-        QTest::newRow("fractional count")
-            << QByteArray(R"({"accounts":[{"positions":2.5}]})") << false << qint64(0);
-        QTest::newRow("plan as number")
-            << QByteArray(R"({"accounts":[],"plan":1})") << false << qint64(0);
-        QTest::newRow("switch as number")
-            << QByteArray(R"({"accounts":[],"worker":{"killSwitch":1}})") << false << qint64(0);
-        QTest::newRow("equity as string")
-            << QByteArray(R"({"accounts":[],"totals":{"equity":"1"}})") << false << qint64(0);
-        QTest::newRow("account not an object")
-            << QByteArray(R"({"accounts":[1]})") << false << qint64(0);
-        QTest::newRow("array at the top") << QByteArray("[]") << false << qint64(0);
-        QTest::newRow("not JSON") << QByteArray("<html>") << false << qint64(0);
-        QTest::newRow("empty") << QByteArray() << false << qint64(0);
-        QTest::newRow("cut off") << QByteArray(R"({"accounts":[{"positions":1})") << false
-                                 << qint64(0);
+            << QByteArray(R"({"accounts":[{"positions":2.0}]})") << qint64(2);
     }
-    void portfolio()
+    void portfolioCountsPositions()
     {
         QFETCH(QByteArray, body);
-        QFETCH(bool, decodes);
         QFETCH(qint64, openPositions);
         const std::optional<Portfolio> decoded = decodePortfolio(body);
-        QCOMPARE(decoded.has_value(), decodes);
-        if (decoded)
-            QCOMPARE(decoded->openPositions(), openPositions);
+        QVERIFY(decoded);
+        QCOMPARE(decoded->openPositions(), openPositions);
     }
 
     void portfolioMembers()
@@ -79,12 +122,11 @@ private Q_SLOTS:
         QVERIFY(!decoded->worker->killSwitch);
     }
 
-    void positions_data()
+    void positionsSort_data()
     {
         QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<QStringList>("symbols"); // after flattening and sorting; empty: fails
-
-        QTest::newRow("sorted across accounts, stable")
+        QTest::addColumn<QStringList>("symbols"); // after flattening and sorting
+        QTest::newRow("by value across accounts, stable")
             << QByteArray(R"({"accounts":[{"positions":[{"symbol":"A","marketValue":5},
                {"symbol":"B"},{"symbol":"C","marketValue":12}]},
                {"positions":[{"symbol":"D","marketValue":5},{"symbol":"E","marketValue":-1}]}]})")
@@ -95,25 +137,12 @@ private Q_SLOTS:
             << QStringList{u"P"_s, u"N"_s};
         QTest::newRow("empty list")
             << QByteArray(R"({"accounts":[{"positions":[]}]})") << QStringList{};
-        QTest::newRow("account without positions")
-            << QByteArray(R"({"accounts":[{}]})") << QStringList{u"!"_s};
-        QTest::newRow("position without symbol")
-            << QByteArray(R"({"accounts":[{"positions":[{"marketValue":1}]}]})")
-            << QStringList{u"!"_s};
-        QTest::newRow("value as string")
-            << QByteArray(R"({"accounts":[{"positions":[{"symbol":"A","unrealizedPl":"1"}]}]})")
-            << QStringList{u"!"_s};
-        QTest::newRow("no accounts") << QByteArray("{}") << QStringList{u"!"_s};
     }
-    void positions()
+    void positionsSort()
     {
         QFETCH(QByteArray, body);
         QFETCH(QStringList, symbols);
         const auto decoded = decodePositions(body);
-        if (symbols == QStringList{u"!"_s}) {
-            QVERIFY(!decoded);
-            return;
-        }
         QVERIFY(decoded);
         QList<Position> sorted = decoded->flattened();
         sortPositions(sorted);
@@ -123,44 +152,57 @@ private Q_SLOTS:
         QCOMPARE(actual, symbols);
     }
 
-    void swing_data()
+    void swingDecision_data()
     {
         QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<bool>("decodes");
-        QTest::addColumn<bool>("hasDecision");
-        QTest::addColumn<QStringList>("symbols");
-
+        QTest::addColumn<QStringList>("symbols"); // "-": no decision yet
         QTest::newRow("decision") << QByteArray(R"({"decidedAt":"2025-03-07T15:15:00.000Z",
             "signals":[{"symbol":"NVDA"},{"symbol":"AAPL","extra":1}]})")
-                                  << true << true << QStringList{u"NVDA"_s, u"AAPL"_s};
+                                  << QStringList{u"NVDA"_s, u"AAPL"_s};
         QTest::newRow("decided, no trade")
-            << QByteArray(R"({"decidedAt":"2025-03-07T15:15:00.000Z","signals":[]})") << true
-            << true << QStringList{};
-        QTest::newRow("no decision yet")
-            << QByteArray(R"({"signals":[]})") << true << false << QStringList{};
+            << QByteArray(R"({"decidedAt":"2025-03-07T15:15:00.000Z","signals":[]})")
+            << QStringList{};
+        QTest::newRow("no decision yet") << QByteArray(R"({"signals":[]})") << QStringList{u"-"_s};
         QTest::newRow("decidedAt null")
-            << QByteArray(R"({"decidedAt":null,"signals":[]})") << true << false << QStringList{};
-        QTest::newRow("no signals")
-            << QByteArray(R"({"decidedAt":"x"})") << false << false << QStringList{};
-        QTest::newRow("signal without symbol")
-            << QByteArray(R"({"decidedAt":"x","signals":[{}]})") << false << false << QStringList{};
-        QTest::newRow("decidedAt as number")
-            << QByteArray(R"({"decidedAt":1,"signals":[]})") << false << false << QStringList{};
+            << QByteArray(R"({"decidedAt":null,"signals":[]})") << QStringList{u"-"_s};
     }
-    void swing()
+    void swingDecision()
     {
         QFETCH(QByteArray, body);
-        QFETCH(bool, decodes);
-        QFETCH(bool, hasDecision);
         QFETCH(QStringList, symbols);
         const auto decoded = decodeSwing(body);
-        QCOMPARE(decoded.has_value(), decodes);
-        if (!decoded)
-            return;
+        QVERIFY(decoded);
         const auto decision = decoded->decision();
-        QCOMPARE(decision.has_value(), hasDecision);
-        if (decision)
-            QCOMPARE(decision->symbols, symbols);
+        QCOMPARE(decision ? decision->symbols : QStringList{u"-"_s}, symbols);
+    }
+
+    void trades_data()
+    {
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<QList<Trade>>("trades");
+        QTest::newRow("empty list") << QByteArray(R"({"trades":[]})") << QList<Trade>();
+        QTest::newRow("every member, unknown keys ignored")
+            << QByteArray(R"({"trades":[{"symbol":"AAPL","side":"buy","status":"filled",
+                "filled_at":"2026-03-02T15:00:00Z","fill_price":187.25,"qty":3}],"next":null})")
+            << QList<Trade>{{"AAPL", "buy", "filled", "2026-03-02T15:00:00Z", 187.25}};
+        QTest::newRow("nulls and missing optionals are absent")
+            << QByteArray(R"({"trades":[{"symbol":"MSFT","side":null,"filled_at":null,
+                "fill_price":null},{"symbol":"NVDA"}]})")
+            << QList<Trade>{{"MSFT", {}, {}, {}, {}}, {"NVDA", {}, {}, {}, {}}};
+        QTest::newRow("integer price is a number")
+            << QByteArray(R"({"trades":[{"symbol":"X","fill_price":12}]})")
+            << QList<Trade>{{"X", {}, {}, {}, 12.0}};
+        QTest::newRow("keys are case-sensitive")
+            << QByteArray(R"({"trades":[{"symbol":"X","filledAt":"2026-03-02T15:00:00Z"}]})")
+            << QList<Trade>{{"X", {}, {}, {}, {}}};
+    }
+    void trades()
+    {
+        QFETCH(QByteArray, body);
+        QFETCH(QList<Trade>, trades);
+        const std::optional<TradesResponse> response = decodeTrades(body);
+        QVERIFY(response);
+        QCOMPARE(response->trades, trades);
     }
 };
 

@@ -121,10 +121,17 @@ private Q_SLOTS:
         testing::PulseBinary binary(m_keyring.environment());
         const auto tokenAnswered = [&standin] { return standin.requestsTo(u"/auth/v1/token") > 0; };
 
+        // The session left by the last test belongs to another stand-in.
+        testing::appKeychain().replace(testing::refreshTokenKey,
+                                       standin.server.issueSession().refreshToken);
         const int repeats = testing::countFromEnvironment("MIREO_RENEWAL_REPEATS", 1);
         QStringList figures;
         int lostLate = 0;
-        for (const int delayMs : {0, 2, 5, 10, 20, 50, 100, 200, 500, 2000}) {
+        // Every moment for the figures (scripts/harden); the suite checks the rule that must hold.
+        const QList<int> delays = qEnvironmentVariableIsSet("MIREO_RENEWAL_REPEATS")
+                                      ? QList<int>{0, 2, 5, 10, 20, 50, 100, 200, 500, 2000}
+                                      : QList<int>{2000};
+        for (const int delayMs : delays) {
             int lost = 0;
             for (int repeat = 0; repeat < repeats; ++repeat) {
                 ensureSession(standin);

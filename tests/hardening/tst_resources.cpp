@@ -1,10 +1,5 @@
-#include "account/AuthStore.h"
-#include "net/HttpClient.h"
 #include "pulse/PulseStore.h"
-#include "settings/MireoConfig.h"
-#include "support/AccountFakes.h"
-#include "support/StandinFixture.h"
-#include "support/TestSupport.h"
+#include "support/AccountRig.h"
 
 #include <QCoroTask>
 #include <QDir>
@@ -54,14 +49,9 @@ class TestResources : public QObject
 {
     Q_OBJECT
 
-    testing::StandinFixture m_standin;
-    net::HttpClient m_http{QByteArray(MireoConfig::userAgent)};
-    testing::TempDefaults m_defaults;
-    testing::ManualClock m_clock;
-    testing::InMemorySecretStore m_secrets;
-    testing::RecordingBrowser m_browser;
+    testing::AccountRig m_account;
+    testing::StandinFixture &m_standin = m_account.standin;
     std::unique_ptr<PulseStore> m_pulse;
-    std::unique_ptr<AuthStore> m_auth;
 
     void cycle(int index)
     {
@@ -89,29 +79,25 @@ class TestResources : public QObject
         if (index % 2 == 0)
             m_standin.server.overrideNext(paths[(index / 2) % paths.size()], fault);
         // Every cycle renews the session too.
-        m_clock.set(m_clock.now().addSecs(7200));
+        m_account.clock.set(m_account.clock.now().addSecs(7200));
         QSignalSpy finished(m_pulse.get(), &PulseStore::refreshFinished);
         m_pulse->refresh();
-        QCoro::waitFor(m_auth->loadPortfolio());
+        QCoro::waitFor(m_account.store->loadPortfolio());
         QVERIFY(QTest::qWaitFor([&] { return !finished.isEmpty(); }, 5000));
         // Let the replies and sockets that were aborted be deleted, as the event loop would.
-        QTest::qWait(1);
+        QCoreApplication::processEvents();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 
 private Q_SLOTS:
     void initTestCase()
     {
         Defaults::shared().setString(u"app.language"_s, u"en"_s);
-        m_http.setTimeoutLimit(testing::shortTimeout);
-        m_secrets.items.insert(QString::fromLatin1(AuthStore::refreshTokenKey),
-                               m_standin.server.issueSession().refreshToken);
-        m_pulse = std::make_unique<PulseStore>(m_http, *m_defaults, m_clock, m_standin.url());
-        m_auth = std::make_unique<AuthStore>(
-            m_http, *m_defaults, m_clock, m_secrets, m_browser,
-            AuthStore::Endpoints{m_standin.url(), m_standin.url(), MireoConfig::supabaseAnonKey()});
-        QSignalSpy restored(m_auth.get(), &AuthStore::restoreFinished);
-        QVERIFY(restored.wait(5000));
-        QVERIFY(m_auth->isSignedIn());
+        m_account.secrets.items.insert(QString::fromLatin1(AuthStore::refreshTokenKey),
+                                       m_standin.server.issueSession().refreshToken);
+        m_pulse = std::make_unique<PulseStore>(m_account.http, *m_account.defaults, m_account.clock,
+                                               m_standin.url());
+        QVERIFY(m_account.startAndRestore().isSignedIn());
     }
 
     void refreshCyclesLeaveNothingBehind()
@@ -135,7 +121,7 @@ private Q_SLOTS:
         std::fflush(stdout);
 
         // Still working after all that.
-        QVERIFY(m_auth->isSignedIn());
+        QVERIFY(m_account.store->isSignedIn());
         QVERIFY(m_pulse->returnPct().has_value());
         // A connection or two may be open or closing at either moment; never one per cycle.
         QVERIFY(after.descriptors <= before.descriptors + 2);

@@ -29,18 +29,24 @@ class TestSecrets : public QObject
         expose(name + u" stderr"_s, run.err);
     }
 
-    // A live --follow process until it has loaded the account (or signed out), with its command
-    // line and environment read from /proc while it runs.
+    // A live `--follow --json` until it prints `shown` (the account loaded, or signed out) and
+    // the keychain holds a session or not, as `signedIn` says, with its command line and
+    // environment read from /proc while it runs.
     void followUntil(const testing::PulseBinary &binary, testing::StandinFixture &standin,
-                     const char *lastPath, const QString &name)
+                     const QByteArray &shown, bool signedIn, const QString &name)
     {
         standin.server.clearRequests();
         QProcess follow;
         binary.start(follow, standin.url(), {u"--follow"_s, u"--json"_s});
-        QVERIFY(follow.waitForStarted());
-        const auto reached = [&] { return standin.requestsTo(QString::fromLatin1(lastPath)) > 0; };
-        QVERIFY2(QTest::qWaitFor(reached, 20000), lastPath);
-        QTest::qWait(300);
+        QByteArray out;
+        QVERIFY2(QTest::qWaitFor(
+                     [&] {
+                         return (out += follow.readAllStandardOutput()).contains(shown) &&
+                                testing::appKeychain().read(testing::refreshTokenKey).has_value() ==
+                                    signedIn;
+                     },
+                     20000),
+                 shown.constData());
         const QString proc = u"/proc/%1/"_s.arg(follow.processId());
         for (const char *file : {"cmdline", "environ"}) {
             QFile entry(proc + QLatin1StringView(file));
@@ -53,7 +59,7 @@ class TestSecrets : public QObject
         }
         follow.terminate();
         QVERIFY(follow.waitForFinished(10000));
-        expose(name + u" stdout"_s, follow.readAllStandardOutput());
+        expose(name + u" stdout"_s, out + follow.readAllStandardOutput());
         expose(name + u" stderr"_s, follow.readAllStandardError());
     }
 
@@ -91,7 +97,7 @@ private Q_SLOTS:
         testing::appKeychain().replace(testing::refreshTokenKey, session.refreshToken);
 
         // A live process renews the session and loads the account.
-        followUntil(binary, standin, "/api/mobile/positions", u"follow"_s);
+        followUntil(binary, standin, R"("positions":[{)", true, u"follow"_s);
         seen += standin.server.requests();
         // Two more runs, each renewing the rotated token again.
         for (const QString &argument : {u"--status-json"_s, u"--print-title"_s}) {
@@ -108,7 +114,8 @@ private Q_SLOTS:
 
         // Revoked: the next live process signs out.
         standin.server.revokeRefreshTokens();
-        followUntil(binary, standin, "/auth/v1/token", u"signed-out follow"_s);
+        followUntil(binary, standin, R"("portfolioAsOf":null,"positions":[],"signedIn":false)",
+                    false, u"signed-out follow"_s);
         seen += standin.server.requests();
         QVERIFY(!testing::appKeychain().read(testing::refreshTokenKey));
 

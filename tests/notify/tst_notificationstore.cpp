@@ -1,53 +1,39 @@
 #include "RecordingNotifier.h"
-#include "account/AuthStore.h"
-#include "net/HttpClient.h"
 #include "notify/NotificationStore.h"
-#include "settings/MireoConfig.h"
-#include "support/AccountFakes.h"
-#include "support/StandinFixture.h"
-#include "support/TestSupport.h"
+#include "support/AccountRig.h"
 
-#include <QSignalSpy>
 #include <QTest>
 
-namespace {
-const QString portfolioPath = QStringLiteral("/api/mobile/portfolio");
-const QString swingPath = QStringLiteral("/api/mobile/signals/swing");
-const QString tradesPath = QStringLiteral("/api/mobile/trades");
-const QString positionsPath = QStringLiteral("/api/mobile/positions");
-const QString decisionKey = QStringLiteral("notify.lastDecisionAt");
-const QString fillKey = QStringLiteral("notify.lastFillAt");
-const QString killSwitchKey = QStringLiteral("notify.killSwitchOn");
+using namespace Qt::StringLiterals;
 
-// Absent marks and texts are null QStrings in the tables.
-const QString none;
+namespace {
+const QString portfolioPath = u"/api/mobile/portfolio"_s;
+const QString swingPath = u"/api/mobile/signals/swing"_s;
+const QString tradesPath = u"/api/mobile/trades"_s;
+const QString decisionKey = u"notify.lastDecisionAt"_s;
+const QString fillKey = u"notify.lastFillAt"_s;
+const QString killSwitchKey = u"notify.killSwitchOn"_s;
+const QString none; // an absent mark
 
 QByteArray swing(const char *decidedAt, const char *signals = "")
 {
     return QByteArray(R"({"decidedAt":")") + decidedAt + R"(","signals":[)" + signals + "]}";
 }
-
-QByteArray portfolio(const char *worker)
+QByteArray trades(const char *list)
 {
-    return QByteArray(R"({"accounts":[])") + (*worker ? "," : "") + worker + "}";
+    return QByteArray(R"({"trades":[)") + list + "]}";
 }
 
 // One line per notification: "identifier | title | body", and "(silent)" without the sound.
-QStringList lines(const QList<Notifier::Notification> &delivered)
-{
-    QStringList result;
-    for (const auto &notification : delivered) {
-        result << QStringList{notification.identifier, notification.title, notification.body}.join(
-                      QStringLiteral(" | ")) +
-                      (notification.defaultSound ? QString() : QStringLiteral(" (silent)"));
-    }
-    return result;
-}
-QStringList identifiers(const QList<Notifier::Notification> &delivered)
+QStringList lines(const QList<Notifier::Notification> &delivered, bool identifiersOnly = false)
 {
     QStringList result;
     for (const auto &notification : delivered)
-        result << notification.identifier;
+        result << (identifiersOnly
+                       ? notification.identifier
+                       : QStringList{notification.identifier, notification.title, notification.body}
+                                 .join(u" | "_s) +
+                             (notification.defaultSound ? u""_s : u" (silent)"_s));
     return result;
 }
 } // namespace
@@ -57,52 +43,39 @@ class TestNotificationStore : public QObject
     Q_OBJECT
 
     // A signed-in account against the stand-in, and the store under test over its own marks.
-    struct Rig
+    struct Rig : testing::AccountRig
     {
-        testing::StandinFixture standin;
-        net::HttpClient http{QByteArray(MireoConfig::userAgent)};
-        testing::TempDefaults accountDefaults;
         testing::TempDefaults marks;
-        testing::ManualClock clock;
-        testing::InMemorySecretStore secrets;
-        testing::RecordingBrowser browser;
         testing::RecordingNotifier notifier;
-        AuthStore auth{http,    *accountDefaults,
-                       clock,   secrets,
-                       browser, {standin.url(), testing::refusingUrl(), QByteArray("anon")}};
-        NotificationStore store{notifier, *marks};
-
-        Rig() { http.setTimeoutLimit(testing::shortTimeout); }
+        NotificationStore notifications{notifier, *marks};
 
         // Signed in with no portfolio yet.
         bool signIn()
         {
             // The launch restore comes first, as in the app; with no stored session it is quick.
-            QSignalSpy restored(&auth, &AuthStore::restoreFinished);
-            if (!restored.wait(5000))
-                return false;
+            AuthStore &auth = startAndRestore();
             standin.answer(portfolioPath, 500, {});
             auth.handleCallback(
-                QUrl("mireopulse://auth#access_token=A&refresh_token=R&expires_in=3600"));
+                QUrl(u"mireopulse://auth#access_token=A&refresh_token=R&expires_in=3600"_s));
             // The sign-in's own account load ends in an error line: nothing to show.
-            const bool loaded =
-                QTest::qWaitFor([this] { return auth.lastError().has_value(); }, 5000);
+            const bool loaded = QTest::qWaitFor([&] { return auth.lastError().has_value(); });
             standin.server.reset();
             return loaded && auth.isSignedIn();
         }
         // Signed in, notifications allowed.
         bool start()
         {
-            store.requestPermission();
+            notifications.requestPermission();
             notifier.answer(true);
-            return signIn() && store.enabled();
+            return signIn() && notifications.enabled();
         }
-        void holdPortfolio(const char *worker)
+        void holdPortfolio(const QByteArray &worker)
         {
-            standin.answer(portfolioPath, 200, portfolio(worker));
+            standin.answer(portfolioPath, 200,
+                           R"({"accounts":[])" + (worker.isEmpty() ? "" : "," + worker) + "}");
             standin.answer(swingPath, 404, {});
-            standin.answer(positionsPath, 404, {});
-            QCoro::waitFor(auth.loadPortfolio());
+            standin.answer(u"/api/mobile/positions"_s, 404, {});
+            QCoro::waitFor(store->loadPortfolio());
             standin.server.reset();
         }
         void check(int swingStatus, const QByteArray &swingBody, int tradesStatus,
@@ -110,127 +83,105 @@ class TestNotificationStore : public QObject
         {
             standin.answer(swingPath, swingStatus, swingBody);
             standin.answer(tradesPath, tradesStatus, tradesBody);
-            QCoro::waitFor(store.check(auth));
+            QCoro::waitFor(notifications.check(*store));
         }
         void setMark(const QString &key, const QString &value)
         {
             if (!value.isNull())
                 marks->setString(key, value);
         }
-        QString mark(const QString &key) { return marks->string(key).value_or(none); }
     };
 
 private Q_SLOTS:
-    void init()
-    {
-        Defaults::shared().setString(QStringLiteral("app.language"), QStringLiteral("en"));
-    }
+    void init() { Defaults::shared().setString(u"app.language"_s, u"en"_s); }
 
     // Decision rows answer the swing call, fill rows the trades call; the other one fails.
     void marks_data()
     {
+        QTest::addColumn<QString>("key");
         QTest::addColumn<QString>("mark");
         QTest::addColumn<int>("status");
         QTest::addColumn<QByteArray>("body");
         QTest::addColumn<QString>("markAfter");
         QTest::addColumn<QStringList>("posted");
-        QTest::addColumn<QString>("key");
+        const auto row = [](const char *name, const QString &key, const QString &mark, int status,
+                            const QByteArray &body, const QString &after,
+                            const QStringList &posted = {}) {
+            QTest::newRow(name) << key << mark << status << body << after << posted;
+        };
 
-        const QString d0 = "2026-03-02T14:15:00.000Z";
-        const QString d1 = "2026-03-03T14:15:00.000Z";
-        QTest::newRow("first decision ever only sets the mark")
-            << none << 200 << swing("2026-03-03T14:15:00.000Z", R"({"symbol":"AAPL"})") << d1
-            << QStringList() << decisionKey;
-        QTest::newRow("new decision with symbols, in the server's order")
-            << d0 << 200
-            << swing("2026-03-03T14:15:00.000Z", R"({"symbol":"MSFT"},{"symbol":"AAPL"})") << d1
-            << QStringList{"decision-" + d1 + " | Mireo decided | Today's signals: MSFT, AAPL"}
-            << decisionKey;
-        QTest::newRow("new decision without symbols")
-            << d0 << 200 << swing("2026-03-03T14:15:00.000Z") << d1
-            << QStringList{"decision-" + d1 +
-                           " | Mireo decided | No trade today. Discipline is part of the edge."}
-            << decisionKey;
-        QTest::newRow("same decision again")
-            << d1 << 200 << swing("2026-03-03T14:15:00.000Z") << d1 << QStringList() << decisionKey;
-        QTest::newRow("an older decision is new too")
-            << d1 << 200 << swing("2026-03-02T14:15:00.000Z", R"({"symbol":"X"})") << d0
-            << QStringList{"decision-" + d0 + " | Mireo decided | Today's signals: X"}
-            << decisionKey;
-        QTest::newRow("no decision yet leaves the mark")
-            << d0 << 200 << QByteArray(R"({"signals":[]})") << d0 << QStringList() << decisionKey;
-        QTest::newRow("failed request leaves the mark")
-            << d0 << 500 << swing("2026-03-03T14:15:00.000Z") << d0 << QStringList() << decisionKey;
-        const QByteArray day = R"({"trades":[
-            {"symbol":"D","side":"buy","filled_at":"2026-03-02T16:00:00Z","fill_price":4},
+        const QString d0 = u"2026-03-02T14:15:00.000Z"_s, d1 = u"2026-03-03T14:15:00.000Z"_s;
+        const char *day1 = "2026-03-03T14:15:00.000Z";
+        const QString decided = u" | Mireo decided | "_s;
+        row("first decision ever only sets the mark", decisionKey, none, 200,
+            swing(day1, R"({"symbol":"AAPL"})"), d1);
+        row("new decision with symbols, in the server's order", decisionKey, d0, 200,
+            swing(day1, R"({"symbol":"MSFT"},{"symbol":"AAPL"})"), d1,
+            {u"decision-"_s + d1 + decided + u"Today's signals: MSFT, AAPL"_s});
+        row("new decision without symbols", decisionKey, d0, 200, swing(day1), d1,
+            {u"decision-"_s + d1 + decided + u"No trade today. Discipline is part of the edge."_s});
+        row("same decision again", decisionKey, d1, 200, swing(day1), d1);
+        row("an older decision is new too", decisionKey, d1, 200,
+            swing("2026-03-02T14:15:00.000Z", R"({"symbol":"X"})"), d0,
+            {u"decision-"_s + d0 + decided + u"Today's signals: X"_s});
+        row("no decision yet leaves the mark", decisionKey, d0, 200, R"({"signals":[]})", d0);
+        row("failed request leaves the mark", decisionKey, d0, 500, swing(day1), d0);
+
+        const QByteArray day =
+            trades(R"({"symbol":"D","side":"buy","filled_at":"2026-03-02T16:00:00Z","fill_price":4},
             {"symbol":"A","side":"buy","filled_at":"2026-03-02T14:00:00Z","fill_price":1},
             {"symbol":"C","side":"sell","filled_at":"2026-03-02T15:30:00Z","fill_price":3},
-            {"symbol":"B","side":"buy","filled_at":"2026-03-02T15:00:00Z","fill_price":2}]})";
-        const QString t15 = "2026-03-02T15:00:00Z";
-        const QString t16 = "2026-03-02T16:00:00Z";
-
-        QTest::newRow("first observation only sets the mark")
-            << none << 200 << day << t16 << QStringList() << fillKey;
-        QTest::newRow("only fills after the mark, oldest first")
-            << t15 << 200 << day << t16
-            << QStringList{"fill-2026-03-02T15:30:00Z-C | Order filled | SELL C @ $3.00",
-                           "fill-2026-03-02T16:00:00Z-D | Order filled | BUY D @ $4.00"}
-            << fillKey;
-        QTest::newRow("newest equal to the mark")
-            << t16 << 200 << day << t16 << QStringList() << fillKey;
+            {"symbol":"B","side":"buy","filled_at":"2026-03-02T15:00:00Z","fill_price":2})");
+        const QString t15 = u"2026-03-02T15:00:00Z"_s, t16 = u"2026-03-02T16:00:00Z"_s;
+        const QString b = u"fill-2026-03-02T15:00:00Z-B | Order filled | BUY B @ $2.00"_s;
+        const QString c = u"fill-2026-03-02T15:30:00Z-C | Order filled | SELL C @ $3.00"_s;
+        const QString d = u"fill-2026-03-02T16:00:00Z-D | Order filled | BUY D @ $4.00"_s;
+        row("first observation only sets the mark", fillKey, none, 200, day, t16);
+        row("only fills after the mark, oldest first", fillKey, t15, 200, day, t16, {c, d});
+        row("newest equal to the mark", fillKey, t16, 200, day, t16);
+        row("the mark follows the newest fill, also back in time", fillKey,
+            u"2026-03-02T17:00:00Z"_s, 200, day, t16);
         // "15:00:00Z" sorts after "15:00:00.5Z" although it is the earlier instant.
-        QTest::newRow("text order, not time order")
-            << "2026-03-02T15:00:00.5Z" << 200 << day << t16
-            << QStringList{"fill-2026-03-02T15:00:00Z-B | Order filled | BUY B @ $2.00",
-                           "fill-2026-03-02T15:30:00Z-C | Order filled | SELL C @ $3.00",
-                           "fill-2026-03-02T16:00:00Z-D | Order filled | BUY D @ $4.00"}
-            << fillKey;
-        QTest::newRow("trades without a fill time are not fills, whatever the status")
-            << t15 << 200
-            << QByteArray(R"({"trades":[{"symbol":"N","status":"filled","filled_at":null},
-                {"symbol":"M","filled_at":"2026-03-02T15:10:00Z"},{"symbol":"O","status":"new"}]})")
-            << "2026-03-02T15:10:00Z"
-            << QStringList{"fill-2026-03-02T15:10:00Z-M | Order filled | TRADE M"} << fillKey;
-        QTest::newRow("empty list leaves the mark")
-            << t15 << 200 << QByteArray(R"({"trades":[]})") << t15 << QStringList() << fillKey;
-        QTest::newRow("side upper-cased, price with two decimals and no grouping")
-            << t15 << 200 << QByteArray(R"({"trades":[
-                {"symbol":"AAPL","side":"buy","filled_at":"2026-03-02T15:01:00Z","fill_price":1234.5},
+        row("text order, not time order", fillKey, u"2026-03-02T15:00:00.5Z"_s, 200, day, t16,
+            {b, c, d});
+        row("trades without a fill time are not fills, whatever the status", fillKey, t15, 200,
+            trades(R"({"symbol":"N","status":"filled","filled_at":null},
+                {"symbol":"M","filled_at":"2026-03-02T15:10:00Z"},{"symbol":"O","status":"new"})"),
+            u"2026-03-02T15:10:00Z"_s, {u"fill-2026-03-02T15:10:00Z-M | Order filled | TRADE M"_s});
+        row("empty list leaves the mark", fillKey, t15, 200, trades(""), t15);
+        row("side upper-cased, price with two decimals and no grouping", fillKey, t15, 200,
+            trades(
+                R"({"symbol":"AAPL","side":"buy","filled_at":"2026-03-02T15:01:00Z","fill_price":1234.5},
                 {"symbol":"BRK","side":"Sell","filled_at":"2026-03-02T15:02:00Z","fill_price":1234567},
                 {"symbol":"P","side":"buy","filled_at":"2026-03-02T15:03:00Z","fill_price":0.005},
                 {"symbol":"Q","side":"buy","filled_at":"2026-03-02T15:04:00Z","fill_price":187.255},
-                {"symbol":"R","filled_at":"2026-03-02T15:05:00Z","fill_price":-2}]})")
-            << "2026-03-02T15:05:00Z"
-            << QStringList{"fill-2026-03-02T15:01:00Z-AAPL | Order filled | BUY AAPL @ $1234.50",
-                           "fill-2026-03-02T15:02:00Z-BRK | Order filled | SELL BRK @ $1234567.00",
-                           "fill-2026-03-02T15:03:00Z-P | Order filled | BUY P @ $0.01",
-                           "fill-2026-03-02T15:04:00Z-Q | Order filled | BUY Q @ $187.25",
-                           "fill-2026-03-02T15:05:00Z-R | Order filled | TRADE R @ $-2.00"}
-            << fillKey;
-        QTest::newRow("equal times keep the server's order; same symbol shares the identifier")
-            << t15 << 200 << QByteArray(R"({"trades":[
-                {"symbol":"Z","side":"buy","filled_at":"2026-03-02T15:20:00Z"},
+                {"symbol":"R","filled_at":"2026-03-02T15:05:00Z","fill_price":-2})"),
+            u"2026-03-02T15:05:00Z"_s,
+            {u"fill-2026-03-02T15:01:00Z-AAPL | Order filled | BUY AAPL @ $1234.50"_s,
+             u"fill-2026-03-02T15:02:00Z-BRK | Order filled | SELL BRK @ $1234567.00"_s,
+             u"fill-2026-03-02T15:03:00Z-P | Order filled | BUY P @ $0.01"_s,
+             u"fill-2026-03-02T15:04:00Z-Q | Order filled | BUY Q @ $187.25"_s,
+             u"fill-2026-03-02T15:05:00Z-R | Order filled | TRADE R @ $-2.00"_s});
+        row("equal times keep the server's order; same symbol shares the identifier", fillKey, t15,
+            200, trades(R"({"symbol":"Z","side":"buy","filled_at":"2026-03-02T15:20:00Z"},
                 {"symbol":"A","side":"buy","filled_at":"2026-03-02T15:20:00Z","fill_price":1},
-                {"symbol":"Z","side":"buy","filled_at":"2026-03-02T15:20:00Z","fill_price":2}]})")
-            << "2026-03-02T15:20:00Z"
-            << QStringList{"fill-2026-03-02T15:20:00Z-Z | Order filled | BUY Z",
-                           "fill-2026-03-02T15:20:00Z-A | Order filled | BUY A @ $1.00",
-                           "fill-2026-03-02T15:20:00Z-Z | Order filled | BUY Z @ $2.00"}
-            << fillKey;
-        QTest::newRow("undecodable trades leave the mark")
-            << t15 << 200 << QByteArray(R"({"trades":[{"side":"buy"}]})") << t15 << QStringList()
-            << fillKey;
-        QTest::newRow("failed trades request leaves the mark")
-            << t15 << 503 << day << t15 << QStringList() << fillKey;
+                {"symbol":"Z","side":"buy","filled_at":"2026-03-02T15:20:00Z","fill_price":2})"),
+            u"2026-03-02T15:20:00Z"_s,
+            {u"fill-2026-03-02T15:20:00Z-Z | Order filled | BUY Z"_s,
+             u"fill-2026-03-02T15:20:00Z-A | Order filled | BUY A @ $1.00"_s,
+             u"fill-2026-03-02T15:20:00Z-Z | Order filled | BUY Z @ $2.00"_s});
+        row("undecodable trades leave the mark", fillKey, t15, 200, trades(R"({"side":"buy"})"),
+            t15);
+        row("failed trades request leaves the mark", fillKey, t15, 503, day, t15);
     }
     void marks()
     {
+        QFETCH(QString, key);
         QFETCH(QString, mark);
         QFETCH(int, status);
         QFETCH(QByteArray, body);
         QFETCH(QString, markAfter);
         QFETCH(QStringList, posted);
-        QFETCH(QString, key);
         Rig rig;
         QVERIFY(rig.start());
         rig.setMark(key, mark);
@@ -239,23 +190,7 @@ private Q_SLOTS:
         else
             rig.check(404, {}, status, body);
         QCOMPARE(lines(rig.notifier.delivered), posted);
-        QCOMPARE(rig.mark(key), markAfter);
-    }
-
-    // After the mark moved back, the next response announces everything past it again.
-    void fillsAfterTheMarkMovedBack()
-    {
-        Rig rig;
-        QVERIFY(rig.start());
-        rig.setMark(fillKey, "2026-03-02T17:00:00Z");
-        rig.check(404, {}, 200,
-                  R"({"trades":[{"symbol":"A","side":"buy","filled_at":"2026-03-02T15:00:00Z"}]})");
-        rig.check(404, {}, 200, R"({"trades":[
-            {"symbol":"A","side":"buy","filled_at":"2026-03-02T15:00:00Z"},
-            {"symbol":"B","side":"buy","filled_at":"2026-03-02T16:00:00Z"}]})");
-        QCOMPARE(lines(rig.notifier.delivered),
-                 QStringList{"fill-2026-03-02T16:00:00Z-B | Order filled | BUY B"});
-        QCOMPARE(rig.mark(fillKey), "2026-03-02T16:00:00Z");
+        QCOMPARE(rig.marks->string(key).value_or(none), markAfter);
     }
 
     void killSwitch_data()
@@ -264,31 +199,28 @@ private Q_SLOTS:
         QTest::addColumn<QList<QByteArray>>("workers"); // one check per worker, "-": no portfolio
         QTest::addColumn<QVariant>("markAfter");
         QTest::addColumn<QStringList>("posted");
-
-        const QString on =
-            "killswitch-on | Kill switch activated | Mireo stopped executing on your account. "
-            "Check the app.";
-        const QString off =
-            "killswitch-off | Kill switch cleared | Automatic execution is available again.";
+        const QString on = u"killswitch-on | Kill switch activated | Mireo stopped executing on "
+                           u"your account. Check the app."_s;
+        const QString off = u"killswitch-off | Kill switch cleared | Automatic execution is "
+                            u"available again."_s;
         const QByteArray switchOn = R"("worker":{"killSwitch":true})";
         const QByteArray switchOff = R"("worker":{"killSwitch":false})";
-
+        using Workers = QList<QByteArray>;
         QTest::newRow("first sighting on is announced")
-            << QVariant() << QList<QByteArray>{switchOn} << QVariant(true) << QStringList{on};
+            << QVariant() << Workers{switchOn} << QVariant(true) << QStringList{on};
         QTest::newRow("first sighting off is silent")
-            << QVariant() << QList<QByteArray>{switchOff} << QVariant(false) << QStringList();
+            << QVariant() << Workers{switchOff} << QVariant(false) << QStringList();
         QTest::newRow("on, on announces once")
-            << QVariant() << QList<QByteArray>{switchOn, switchOn} << QVariant(true)
-            << QStringList{on};
-        QTest::newRow("on, off") << QVariant() << QList<QByteArray>{switchOn, switchOff}
-                                 << QVariant(false) << QStringList{on, off};
+            << QVariant() << Workers{switchOn, switchOn} << QVariant(true) << QStringList{on};
+        QTest::newRow("on, off") << QVariant() << Workers{switchOn, switchOff} << QVariant(false)
+                                 << QStringList{on, off};
         QTest::newRow("null switch counts as off")
-            << QVariant(true) << QList<QByteArray>{R"("worker":{"killSwitch":null})"}
-            << QVariant(false) << QStringList{off};
+            << QVariant(true) << Workers{R"("worker":{"killSwitch":null})"} << QVariant(false)
+            << QStringList{off};
         QTest::newRow("no worker leaves the mark")
-            << QVariant(true) << QList<QByteArray>{""} << QVariant(true) << QStringList();
+            << QVariant(true) << Workers{""} << QVariant(true) << QStringList();
         QTest::newRow("no portfolio leaves the mark")
-            << QVariant() << QList<QByteArray>{"-"} << QVariant() << QStringList();
+            << QVariant() << Workers{"-"} << QVariant() << QStringList();
     }
     void killSwitch()
     {
@@ -302,46 +234,39 @@ private Q_SLOTS:
             rig.marks->setBoolean(killSwitchKey, mark.toBool());
         for (const QByteArray &worker : workers) {
             if (worker != "-")
-                rig.holdPortfolio(worker.constData());
+                rig.holdPortfolio(worker);
             rig.check(404, {}, 404, {});
         }
         QCOMPARE(lines(rig.notifier.delivered), posted);
         const auto stored = rig.marks->boolean(killSwitchKey);
-        QCOMPARE(stored.has_value(), markAfter.isValid());
-        if (stored)
-            QCOMPARE(*stored, markAfter.toBool());
+        QCOMPARE(stored ? QVariant(*stored) : QVariant(), markAfter);
     }
 
-    // The checks run in order, and a failing or undecodable trades response does not keep the
-    // kill switch from being looked at.
+    // The checks run in order, and a failing trades response does not keep the kill switch from
+    // being looked at.
     void checksRunInOrderPastFailures_data()
     {
         QTest::addColumn<int>("tradesStatus");
-        QTest::addColumn<QByteArray>("tradesBody");
         QTest::addColumn<bool>("fillPosted");
-        QTest::newRow("trades fail") << 500 << QByteArray() << false;
-        QTest::newRow("trades announce a fill")
-            << 200
-            << QByteArray(R"({"trades":[{"symbol":"F","filled_at":"2026-03-03T15:00:00Z"}]})")
-            << true;
+        QTest::newRow("trades fail") << 500 << false;
+        QTest::newRow("trades announce a fill") << 200 << true;
     }
     void checksRunInOrderPastFailures()
     {
         QFETCH(int, tradesStatus);
-        QFETCH(QByteArray, tradesBody);
         QFETCH(bool, fillPosted);
         Rig rig;
         QVERIFY(rig.start());
-        rig.setMark(decisionKey, "2026-03-02T14:15:00.000Z");
-        rig.setMark(fillKey, "2026-03-02T15:00:00Z");
+        rig.setMark(decisionKey, u"2026-03-02T14:15:00.000Z"_s);
+        rig.setMark(fillKey, u"2026-03-02T15:00:00Z"_s);
         rig.holdPortfolio(R"("worker":{"killSwitch":true})");
-        rig.check(200, swing("2026-03-03T14:15:00.000Z"), tradesStatus, tradesBody);
+        rig.check(200, swing("2026-03-03T14:15:00.000Z"), tradesStatus,
+                  trades(R"({"symbol":"F","filled_at":"2026-03-03T15:00:00Z"})"));
 
-        QStringList expected{"decision-2026-03-03T14:15:00.000Z", "killswitch-on"};
+        QStringList expected{u"decision-2026-03-03T14:15:00.000Z"_s, u"killswitch-on"_s};
         if (fillPosted)
-            expected.insert(1, "fill-2026-03-03T15:00:00Z-F");
-        QCOMPARE(identifiers(rig.notifier.delivered), expected);
-
+            expected.insert(1, u"fill-2026-03-03T15:00:00Z-F"_s);
+        QCOMPARE(lines(rig.notifier.delivered, true), expected);
         QStringList paths;
         for (const auto &request : rig.standin.server.requests())
             paths << request.path;
@@ -363,8 +288,10 @@ private Q_SLOTS:
         Rig rig;
         if (signedIn)
             QVERIFY(rig.signIn());
+        else
+            rig.startAndRestore();
         rig.holdPortfolio(R"("worker":{"killSwitch":true})");
-        rig.store.requestPermission();
+        rig.notifications.requestPermission();
         QCOMPARE(rig.notifier.permissionRequests,
                  QList<Notifier::Permissions>{Notifier::Permission::Alert |
                                               Notifier::Permission::Sound});
@@ -372,7 +299,7 @@ private Q_SLOTS:
             rig.notifier.answer(permission.toBool());
 
         rig.check(200, swing("2026-03-03T14:15:00.000Z"), 200,
-                  R"({"trades":[{"symbol":"F","filled_at":"2026-03-03T15:00:00Z"}]})");
+                  trades(R"({"symbol":"F","filled_at":"2026-03-03T15:00:00Z"})"));
         QCOMPARE(rig.notifier.delivered.size(), 0);
         QCOMPARE(rig.standin.server.requests().size(), 0);
         QCOMPARE(rig.marks->string(decisionKey), std::nullopt);
@@ -385,54 +312,19 @@ private Q_SLOTS:
     {
         Rig rig;
         QVERIFY(rig.start());
-        rig.setMark(decisionKey, "2026-03-02T14:15:00.000Z");
-        rig.setMark(fillKey, "2026-03-02T15:00:00Z");
-        const QByteArray trades =
-            R"({"trades":[{"symbol":"F","filled_at":"2026-03-03T15:00:00Z"}]})";
+        rig.setMark(decisionKey, u"2026-03-02T14:15:00.000Z"_s);
+        rig.setMark(fillKey, u"2026-03-02T15:00:00Z"_s);
         rig.standin.answer(swingPath, 200, swing("2026-03-03T14:15:00.000Z"), 2);
-        rig.standin.answer(tradesPath, 200, trades, 2);
-        QCoro::Task<> first = rig.store.check(rig.auth);
-        QCoro::Task<> second = rig.store.check(rig.auth);
+        rig.standin.answer(tradesPath, 200,
+                           trades(R"({"symbol":"F","filled_at":"2026-03-03T15:00:00Z"})"), 2);
+        QCoro::Task<> first = rig.notifications.check(*rig.store);
+        QCoro::Task<> second = rig.notifications.check(*rig.store);
         QCoro::waitFor(first);
         QCoro::waitFor(second);
-        QCOMPARE(identifiers(rig.notifier.delivered),
-                 (QStringList{"decision-2026-03-03T14:15:00.000Z", "fill-2026-03-03T15:00:00Z-F"}));
+        QCOMPARE(lines(rig.notifier.delivered, true),
+                 (QStringList{u"decision-2026-03-03T14:15:00.000Z"_s,
+                              u"fill-2026-03-03T15:00:00Z-F"_s}));
         QCOMPARE(rig.standin.server.requests().size(), 4);
-    }
-
-    // Every text is picked in the language of the moment it is posted (English: in the tables
-    // above).
-    void textsInBothLanguages_data()
-    {
-        QTest::addColumn<QString>("language");
-        QTest::addColumn<QStringList>("posted");
-        QTest::newRow("pt") << "pt"
-                            << QStringList{
-                                   "decision-d2 | A Mireo decidiu | Sinais de hoje: AAPL, MSFT",
-                                   "fill-t2-AAPL | Ordem executada | BUY AAPL @ $187.25",
-                                   "killswitch-on | Kill switch ativado | A Mireo parou de "
-                                   "executar na tua conta. V\u00EA a app.",
-                                   "decision-d3 | A Mireo decidiu | Hoje sem opera\u00E7\u00E3o. A "
-                                   "disciplina faz parte.",
-                                   "killswitch-off | Kill switch limpo | A execu\u00E7\u00E3o "
-                                   "autom\u00E1tica voltou a estar dispon\u00EDvel."};
-    }
-    void textsInBothLanguages()
-    {
-        QFETCH(QString, language);
-        QFETCH(QStringList, posted);
-        Rig rig;
-        QVERIFY(rig.start());
-        rig.setMark(decisionKey, "d1");
-        rig.setMark(fillKey, "t1");
-        Defaults::shared().setString(QStringLiteral("app.language"), language);
-        rig.holdPortfolio(R"("worker":{"killSwitch":true})");
-        rig.check(
-            200, swing("d2", R"({"symbol":"AAPL"},{"symbol":"MSFT"})"), 200,
-            R"({"trades":[{"symbol":"AAPL","side":"buy","filled_at":"t2","fill_price":187.25}]})");
-        rig.holdPortfolio(R"("worker":{"killSwitch":false})");
-        rig.check(200, swing("d3"), 404, {});
-        QCOMPARE(lines(rig.notifier.delivered), posted);
     }
 };
 

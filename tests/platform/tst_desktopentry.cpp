@@ -1,66 +1,64 @@
 #include "platform/linux/DesktopEntry.h"
 #include "platform/linux/DesktopExec.h"
+#include "platform/linux/XdgAutostart.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
 
-// Registration of the desktop entry for a build run from its build folder, in a temporary
-// XDG_DATA_HOME, with stand-ins for xdg-mime and update-desktop-database on PATH.
+using namespace Qt::StringLiterals;
+
+// The desktop files written for the user: the entry of a build run from its build folder, in a
+// temporary XDG_DATA_HOME, with stand-ins for xdg-mime and update-desktop-database on PATH that
+// log each call with the MIREO_TEST_TAG of the moment; and the autostart entry.
 class TestDesktopEntry : public QObject
 {
     Q_OBJECT
 
     QTemporaryDir m_root;
-    QString m_log;
-    QByteArray m_path;
+    QByteArray m_path = qgetenv("PATH");
 
-    QString dataHome() const { return m_root.filePath(QStringLiteral("data")); }
-    QString userEntry() const
+    QString dataHome() const { return m_root.filePath(u"data"_s); }
+    QString autostartEntry() const
     {
-        return dataHome() + QStringLiteral("/applications/com.mireo.Pulse.desktop");
+        return m_root.filePath(u"config/autostart/mireo-pulse.desktop"_s);
     }
-
+    QString log() const { return m_root.filePath(u"helpers.log"_s); }
     static QByteArray read(const QString &path)
     {
         QFile file(path);
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
-
-    void writeHelper(const QString &dir, const QString &name)
-    {
-        const QString path = dir + u'/' + name;
-        QFile script(path);
-        QVERIFY(script.open(QIODevice::WriteOnly));
-        script.write(
-            QStringLiteral("#!/bin/sh\necho \"%1 $*\" >> '%2'\n").arg(name, m_log).toUtf8());
-        script.close();
-        script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    }
-
     QStringList helperCalls() const
     {
-        return QString::fromUtf8(read(m_log)).split(u'\n', Qt::SkipEmptyParts);
+        return QString::fromUtf8(read(log())).split(u'\n', Qt::SkipEmptyParts);
     }
 
 private Q_SLOTS:
     void initTestCase()
     {
-        m_path = qgetenv("PATH");
-        m_log = m_root.filePath(QStringLiteral("helpers.log"));
-        const QString helpers = m_root.filePath(QStringLiteral("helpers"));
+        const QString helpers = m_root.filePath(u"helpers"_s);
         QDir().mkpath(helpers);
-        writeHelper(helpers, QStringLiteral("xdg-mime"));
-        writeHelper(helpers, QStringLiteral("update-desktop-database"));
+        for (const QString &name : {u"xdg-mime"_s, u"update-desktop-database"_s}) {
+            QFile script(helpers + u'/' + name);
+            QVERIFY(script.open(QIODevice::WriteOnly));
+            script.write(
+                u"#!/bin/sh\necho \"$MIREO_TEST_TAG %1 $*\" >> '%2'\n"_s.arg(name, log()).toUtf8());
+            script.close();
+            script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        }
         qputenv("PATH", helpers.toUtf8() + ':' + m_path);
+        qputenv("XDG_CONFIG_HOME", m_root.filePath(u"config"_s).toUtf8());
     }
 
     void init()
     {
         QDir(dataHome()).removeRecursively();
-        QFile::remove(m_log);
+        QFile::remove(log());
+        QFile::remove(autostartEntry());
         qputenv("XDG_DATA_HOME", dataHome().toUtf8());
     }
 
@@ -68,17 +66,15 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("path");
         QTest::addColumn<QString>("exec");
-        QTest::newRow("plain") << "/opt/mireo/bin/mireo-pulse"
-                               << QStringLiteral("/opt/mireo/bin/mireo-pulse");
-        QTest::newRow("space") << "/home/a b/mireo-pulse"
-                               << QStringLiteral("\"/home/a b/mireo-pulse\"");
-        QTest::newRow("dollar") << "/tmp/x$y/mireo-pulse"
-                                << QStringLiteral("\"/tmp/x\\\\$y/mireo-pulse\"");
+        QTest::newRow("plain") << u"/opt/mireo/bin/mireo-pulse"_s
+                               << u"/opt/mireo/bin/mireo-pulse"_s;
+        QTest::newRow("space") << u"/home/a b/mireo-pulse"_s << u"\"/home/a b/mireo-pulse\""_s;
+        QTest::newRow("dollar") << u"/tmp/x$y/mireo-pulse"_s << u"\"/tmp/x\\\\$y/mireo-pulse\""_s;
         QTest::newRow("percent, a field code otherwise")
-            << "/tmp/100%/mireo-pulse" << QStringLiteral("/tmp/100%%/mireo-pulse");
+            << u"/tmp/100%/mireo-pulse"_s << u"/tmp/100%%/mireo-pulse"_s;
         QTest::newRow("backslash")
-            << "/tmp/a\\b/mireo-pulse" << QStringLiteral("\"/tmp/a\\\\\\\\b/mireo-pulse\"");
-        QTest::newRow("double quote") << "/tmp/a\"b/m" << QStringLiteral("\"/tmp/a\\\\\"b/m\"");
+            << u"/tmp/a\\b/mireo-pulse"_s << u"\"/tmp/a\\\\\\\\b/mireo-pulse\""_s;
+        QTest::newRow("double quote") << u"/tmp/a\"b/m"_s << u"\"/tmp/a\\\\\"b/m\""_s;
     }
     void execArgument()
     {
@@ -89,62 +85,117 @@ private Q_SLOTS:
 
     void registersABuildFolderBinaryOnce()
     {
-        const QString binary = m_root.filePath(QStringLiteral("my build/src/app/mireo-pulse"));
+        const QString binary = m_root.filePath(u"my build/src/app/mireo-pulse"_s);
         QVERIFY(!DesktopEntry::isInstalled(binary));
+        qputenv("MIREO_TEST_TAG", "first");
         QVERIFY(DesktopEntry::registerForUser(binary));
 
-        const QString entry = QString::fromUtf8(read(userEntry()));
-        QVERIFY(entry.contains("\nExec=\"" + binary + "\" %u\n"));
-        QVERIFY(entry.contains(u"\nMimeType=x-scheme-handler/mireopulse;\n"));
-        QVERIFY(entry.contains(u"\nIcon=mireo-pulse\n"));
-        QVERIFY(entry.contains(u"\nNoDisplay=false\n"));
-        QVERIFY(entry.contains(u"\nCategories=Office;Finance;\n"));
-        QVERIFY(entry.contains(u"\nDBusActivatable=true\n"));
+        const QString entry =
+            QString::fromUtf8(read(dataHome() + u"/applications/com.mireo.Pulse.desktop"_s));
+        for (const QString &line :
+             {u"Exec=\""_s + binary + u"\" %u"_s, u"MimeType=x-scheme-handler/mireopulse;"_s,
+              u"Icon=mireo-pulse"_s, u"NoDisplay=false"_s, u"Categories=Office;Finance;"_s,
+              u"DBusActivatable=true"_s})
+            QVERIFY2(entry.contains(u'\n' + line + u'\n'), qPrintable(line));
         // The bus starts this binary for a launcher's Activate or Open.
-        QCOMPARE(read(dataHome() + QStringLiteral("/dbus-1/services/com.mireo.Pulse.service")),
+        QCOMPARE(read(dataHome() + u"/dbus-1/services/com.mireo.Pulse.service"_s),
                  "[D-BUS Service]\nName=com.mireo.Pulse\nExec=\"" + binary.toUtf8() + "\"\n");
-        QVERIFY(read(dataHome() + QStringLiteral("/icons/hicolor/scalable/apps/mireo-pulse.svg"))
+        QVERIFY(read(dataHome() + u"/icons/hicolor/scalable/apps/mireo-pulse.svg"_s)
                     .contains("#D4A843"));
         QTRY_COMPARE(helperCalls().size(), 2);
         QVERIFY(helperCalls().contains(
-            "xdg-mime default com.mireo.Pulse.desktop x-scheme-handler/mireopulse"));
-        QVERIFY(helperCalls().contains("update-desktop-database " + dataHome() + "/applications"));
+            u"first xdg-mime default com.mireo.Pulse.desktop x-scheme-handler/mireopulse"_s));
+        QVERIFY(helperCalls().contains(u"first update-desktop-database "_s + dataHome() +
+                                       u"/applications"_s));
 
-        // The next start finds its own entry and leaves everything alone.
+        // The next start finds its own entry and leaves everything alone; a build folder that
+        // moved points the entry at the new place.
+        qputenv("MIREO_TEST_TAG", "again");
         QVERIFY(!DesktopEntry::registerForUser(binary));
-        QTest::qWait(200);
-        QCOMPARE(helperCalls().size(), 2);
-
-        // A build folder that moved points the entry at the new place.
-        const QString moved = m_root.filePath(QStringLiteral("elsewhere/mireo-pulse"));
+        const QString moved = m_root.filePath(u"elsewhere/mireo-pulse"_s);
+        qputenv("MIREO_TEST_TAG", "moved");
         QVERIFY(DesktopEntry::registerForUser(moved));
-        QVERIFY(QString::fromUtf8(read(userEntry())).contains("\nExec=" + moved + " %u\n"));
+        QVERIFY(QString::fromUtf8(read(dataHome() + u"/applications/com.mireo.Pulse.desktop"_s))
+                    .contains(u"\nExec="_s + moved + u" %u\n"_s));
         QTRY_COMPARE(helperCalls().size(), 4);
+        QCOMPARE(helperCalls().filter(u"again "_s), QStringList());
     }
 
     void installedBuildLeavesTheUserFolderAlone()
     {
-        const QString prefix = m_root.filePath(QStringLiteral("prefix"));
-        QDir().mkpath(prefix + QStringLiteral("/bin"));
-        QDir().mkpath(prefix + QStringLiteral("/share/applications"));
-        QFile installed(prefix + QStringLiteral("/share/applications/com.mireo.Pulse.desktop"));
+        const QString prefix = m_root.filePath(u"prefix"_s);
+        QDir().mkpath(prefix + u"/bin"_s);
+        QDir().mkpath(prefix + u"/share/applications"_s);
+        QFile installed(prefix + u"/share/applications/com.mireo.Pulse.desktop"_s);
         QVERIFY(installed.open(QIODevice::WriteOnly));
         installed.close();
-        const QString binary = prefix + QStringLiteral("/bin/mireo-pulse");
+        const QString binary = prefix + u"/bin/mireo-pulse"_s;
         QVERIFY(DesktopEntry::isInstalled(binary));
         QVERIFY(!DesktopEntry::registerForUser(binary));
-        QVERIFY(!QFile::exists(userEntry()));
+        QVERIFY(!QFile::exists(dataHome() + u"/applications/com.mireo.Pulse.desktop"_s));
     }
 
     void worksWithoutTheHelpers()
     {
-        qputenv("PATH", m_root.filePath(QStringLiteral("empty")).toUtf8());
-        const bool wrote = DesktopEntry::registerForUser(m_root.filePath(QStringLiteral("b/mp")));
-        qputenv("PATH", m_root.filePath(QStringLiteral("helpers")).toUtf8() + ':' + m_path);
+        qputenv("PATH", m_root.filePath(u"empty"_s).toUtf8());
+        const bool wrote = DesktopEntry::registerForUser(m_root.filePath(u"b/mp"_s));
+        qputenv("PATH", m_root.filePath(u"helpers"_s).toUtf8() + ':' + m_path);
         QVERIFY(wrote);
-        QVERIFY(QFile::exists(userEntry()));
-        QTest::qWait(100);
-        QVERIFY(helperCalls().isEmpty());
+        QVERIFY(QFile::exists(dataHome() + u"/applications/com.mireo.Pulse.desktop"_s));
+    }
+
+    void autostartRegistersAndUnregisters()
+    {
+        XdgAutostart item(u"/usr/bin/mireo-pulse"_s);
+        QCOMPARE(item.status(), LoginItem::Status::NotRegistered);
+        QVERIFY(item.registerItem());
+        QCOMPARE(item.status(), LoginItem::Status::Enabled);
+        const QByteArray text = read(autostartEntry());
+        QVERIFY(text.startsWith("[Desktop Entry]\n"));
+        QVERIFY(text.contains("\nExec=/usr/bin/mireo-pulse\n"));
+        QVERIFY(text.contains("\nType=Application\n"));
+        QVERIFY(item.unregisterItem());
+        QCOMPARE(item.status(), LoginItem::Status::NotRegistered);
+        QVERIFY(item.unregisterItem()); // nothing left to remove is not a failure
+    }
+
+    void autostartEntriesTheUserDisabledAreOff_data()
+    {
+        QTest::addColumn<QByteArray>("entry");
+        QTest::addColumn<bool>("enabled");
+        QTest::newRow("plain") << QByteArray("[Desktop Entry]\nExec=x\n") << true;
+        QTest::newRow("hidden") << QByteArray("[Desktop Entry]\nHidden=true\n") << false;
+        QTest::newRow("hidden false") << QByteArray("[Desktop Entry]\nHidden=false\n") << true;
+        QTest::newRow("gnome disabled")
+            << QByteArray("[Desktop Entry]\nX-GNOME-Autostart-enabled=false\n") << false;
+        QTest::newRow("key in another group")
+            << QByteArray("[Desktop Entry]\nExec=x\n[Desktop Action a]\nHidden=true\n") << true;
+    }
+    void autostartEntriesTheUserDisabledAreOff()
+    {
+        QFETCH(QByteArray, entry);
+        QFETCH(bool, enabled);
+        XdgAutostart item(u"/usr/bin/mireo-pulse"_s);
+        QVERIFY(item.registerItem());
+        QFile file(autostartEntry());
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write(entry);
+        file.close();
+        QCOMPARE(item.status() == LoginItem::Status::Enabled, enabled);
+    }
+
+    // A file where the autostart folder should be: the entry cannot be written.
+    void autostartRefusedRegistrationReportsFailure()
+    {
+        const QString folder = QFileInfo(autostartEntry()).path();
+        QVERIFY(QDir(folder).removeRecursively());
+        QFile blocker(folder);
+        QVERIFY(blocker.open(QIODevice::WriteOnly));
+        blocker.close();
+        XdgAutostart item(u"/usr/bin/mireo-pulse"_s);
+        QVERIFY(!item.registerItem());
+        QCOMPARE(item.status(), LoginItem::Status::NotRegistered);
+        QFile::remove(folder);
     }
 };
 

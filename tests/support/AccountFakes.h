@@ -3,6 +3,7 @@
 #include "account/Browser.h"
 #include "account/SecretStore.h"
 
+#include <QCoroTimer>
 #include <QHash>
 #include <QList>
 #include <QUrl>
@@ -11,13 +12,16 @@ namespace testing {
 
 // A keychain in memory; `available = false` behaves like a desktop without a keychain service:
 // reads find nothing and writes are lost. `answering = false` is a keychain that says nothing
-// (locked, or not up yet): reads come back unanswered.
+// (locked, or not up yet): reads come back unanswered. `heldElsewhere` is another process
+// holding the keychain: a hold asked for meanwhile waits until it is released.
 class InMemorySecretStore final : public SecretStore
 {
 public:
     bool available = true;
     bool answering = true;
+    bool heldElsewhere = false;
     int reads = 0;
+    int holdsAsked = 0;
     QHash<QString, QString> items;
 
     QCoro::Task<> replace(QString key, QString value) override
@@ -40,6 +44,13 @@ public:
     {
         items.remove(key);
         co_return;
+    }
+    QCoro::Task<std::unique_ptr<Hold>> hold() override
+    {
+        ++holdsAsked;
+        while (heldElsewhere)
+            co_await QCoro::sleepFor(std::chrono::milliseconds(5));
+        co_return std::make_unique<Hold>();
     }
 };
 

@@ -2,8 +2,10 @@
 
 #include "Server.h"
 
-#include <QTcpServer>
 #include <QTest>
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 
 namespace testing {
 
@@ -37,13 +39,21 @@ struct StandinFixture
     }
 };
 
-// A loopback URL where nothing listens: connections are refused at once.
+// A loopback URL where nothing listens: connections are refused at once. Its port stays bound,
+// never listening, for the life of the test process, so nothing else can take it meanwhile.
 inline QUrl refusingUrl()
 {
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost);
-    const quint16 port = probe.serverPort();
-    probe.close();
+    static const quint16 port = [] {
+        const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address;
+        if (fd < 0 || ::bind(fd, reinterpret_cast<sockaddr *>(&address), size) != 0 ||
+            ::getsockname(fd, reinterpret_cast<sockaddr *>(&address), &size) != 0)
+            qFatal("no loopback port to reserve");
+        return ntohs(address.sin_port);
+    }();
     return QUrl(QStringLiteral("http://127.0.0.1:%1").arg(port));
 }
 
