@@ -1,6 +1,7 @@
 #include "support/ProcessRun.h"
 #include "support/StandinFixture.h"
 
+#include <QImage>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
@@ -8,7 +9,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-// The real binary, run as a status bar would run it.
+// The real binary, run as a status bar or a script would run it: --status-json, --follow and
+// the pictures.
 class TestHeadless : public QObject
 {
     Q_OBJECT
@@ -17,33 +19,64 @@ class TestHeadless : public QObject
 
     using Run = testing::ProcessRun;
 
-    Run run(const QUrl &site, const QString &flag)
+    QProcessEnvironment environment(const QUrl &site) const
     {
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         env.insert(QStringLiteral("MIREO_SITE_URL"), site.toString());
+        env.insert(QStringLiteral("MIREO_SUPABASE_URL"), site.toString());
         env.insert(QStringLiteral("XDG_CONFIG_HOME"), m_config.path());
-        return testing::runToEnd(QStringLiteral(MIREO_PULSE_BINARY), {flag}, env);
+        return env;
+    }
+    Run run(const QUrl &site, const QStringList &arguments)
+    {
+        return testing::runToEnd(QStringLiteral(MIREO_PULSE_BINARY), arguments, environment(site));
     }
 
     QJsonObject status(const QUrl &site)
     {
-        const Run result = run(site, QStringLiteral("--status-json"));
+        const Run result = run(site, {QStringLiteral("--status-json")});
         [&] { QCOMPARE(result.exitCode, 0); }();
         return QJsonDocument::fromJson(result.out).object();
     }
 
+    // The lines printed until the public side of one says the refresh is over: `key` is a
+    // string there and it is not refreshing.
+    QList<QJsonObject> followUntilSettled(const QUrl &site, const QString &key)
+    {
+        QProcess process;
+        process.setProcessEnvironment(environment(site));
+        process.start(QStringLiteral(MIREO_PULSE_BINARY), {"--follow", "--json"});
+        QByteArray out;
+        QList<QJsonObject> lines;
+        const auto settled = [&] {
+            out += process.readAllStandardOutput();
+            for (qsizetype end = out.indexOf('\n'); end >= 0; end = out.indexOf('\n')) {
+                const QJsonDocument line = QJsonDocument::fromJson(out.left(end));
+                [&] { QVERIFY2(line.isObject(), out.left(end).constData()); }();
+                lines << line.object();
+                out.remove(0, end + 1);
+            }
+            const QJsonObject pub = lines.value(lines.size() - 1)[u"public"].toObject();
+            return pub[key].isString() && !pub[u"refreshing"].toBool(true);
+        };
+        [&] { QVERIFY(QTest::qWaitFor(settled, 20000)); }();
+        [&] { QCOMPARE(process.state(), QProcess::Running); }();
+        process.terminate();
+        (void)QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 5000);
+        return lines;
+    }
+
+    static QStringList titles(const QList<QJsonObject> &lines)
+    {
+        QStringList titles;
+        for (const QJsonObject &line : lines)
+            if (titles.isEmpty() || titles.last() != line[u"title"].toString())
+                titles << line[u"title"].toString();
+        return titles;
+    }
+
 private Q_SLOTS:
     void init() { QFile::remove(m_config.filePath(QStringLiteral("mireo/pulse.conf"))); }
-
-    void printsTheLiveTitle()
-    {
-        testing::StandinFixture standin;
-        const Run result = run(standin.url(), QStringLiteral("--print-title"));
-        QCOMPARE(result.exitCode, 0);
-        static const QRegularExpression title(QStringLiteral("^M [+-]\\d+\\.\\d%\n$"));
-        QVERIFY2(title.match(QString::fromUtf8(result.out)).hasMatch(), result.out.constData());
-        QVERIFY(result.err.isEmpty());
-    }
 
     void statusJsonThenOfflineRestart()
     {
@@ -80,13 +113,50 @@ private Q_SLOTS:
 
     void firstRunOfflineHasNoNumber()
     {
-        const Run result = run(testing::refusingUrl(), QStringLiteral("--print-title"));
+        const Run result = run(testing::refusingUrl(), {QStringLiteral("--print-title")});
         QCOMPARE(result.exitCode, 0);
         QCOMPARE(result.out, QByteArray("M\u00B7\n"));
         const QJsonObject pulse = status(testing::refusingUrl())[u"public"].toObject();
         QCOMPARE(pulse[u"lastError"].toString(), QStringLiteral("offline"));
         QVERIFY(pulse[u"returnPct"].isNull());
         QVERIFY(pulse[u"fetchedAt"].isNull());
+    }
+
+    // Several fields change with one refresh: each line differs from the one before, and the
+    // title changed once. An offline restart shows the cached title at once and keeps it.
+    void aLineAtOnceThenOnePerChange()
+    {
+        testing::StandinFixture standin;
+        standin.answer(QStringLiteral("/api/public/track-record"), 200,
+                       R"({"has_data":true,"consolidated":{"return_pct":12.34}})");
+        const QList<QJsonObject> lines = followUntilSettled(standin.url(), "fetchedAt");
+        QVERIFY(lines.size() >= 2);
+        for (qsizetype i = 1; i < lines.size(); ++i)
+            QVERIFY2(lines[i] != lines[i - 1], "a line repeats the one before");
+        QCOMPARE(titles(lines), (QStringList{"M·", "M +12.3%"}));
+
+        const QList<QJsonObject> offline = followUntilSettled(testing::refusingUrl(), "lastError");
+        QCOMPARE(titles(offline), QStringList{"M +12.3%"});
+        QCOMPARE(offline.last()[u"public"][u"lastError"].toString(),
+                 QStringLiteral("offline \u2014 showing last known numbers"));
+    }
+
+    void rendersBothSurfacesOrFails()
+    {
+        testing::StandinFixture standin;
+        const QString popover = m_config.filePath(QStringLiteral("popover.png"));
+        const QString onboarding = m_config.filePath(QStringLiteral("onboarding.png"));
+        QCOMPARE(run(standin.url(), {QStringLiteral("--render-popover"), popover,
+                                     QStringLiteral("--render-onboarding=") + onboarding})
+                     .exitCode,
+                 0);
+        QCOMPARE(QImage(popover).width(), 344 + 2 * 14);
+        QVERIFY(QImage(popover).height() > 150);
+        QCOMPARE(QImage(onboarding).width(), 420);
+        QCOMPARE(run(standin.url(), {QStringLiteral("--render-popover"),
+                                     m_config.filePath(QStringLiteral("missing/popover.png"))})
+                     .exitCode,
+                 1);
     }
 };
 

@@ -35,8 +35,6 @@ private Q_SLOTS:
         QTest::addColumn<bool>("refreshes");
 
         QTest::newRow("never fetched") << std::optional<qint64>() << false << true;
-        QTest::newRow("never fetched, refreshing") << std::optional<qint64>() << true << false;
-        QTest::newRow("fresh") << std::optional<qint64>(30) << false << false;
         QTest::newRow("120 s") << std::optional<qint64>(120) << false << false;
         QTest::newRow("121 s") << std::optional<qint64>(121) << false << true;
         QTest::newRow("121 s, refreshing") << std::optional<qint64>(121) << true << false;

@@ -98,47 +98,6 @@ private Q_SLOTS:
 
     void cleanupTestCase() { m_bus.reset(); }
 
-    // The panel starts after the item, as when the app is launched before the desktop is up.
-    void registersUnderItsOwnName()
-    {
-        const auto d = desktop();
-        QSignalSpy registered(&d->watcher, &SniWatcher::itemRegistered);
-        QSignalSpy visible(&d->item, &StatusItem::visibleChanged);
-        QTest::qWait(50);
-        QVERIFY(!d->item.isVisible());
-        QVERIFY(d->show());
-        QCOMPARE(registered.at(0).at(0).toString(), d->item.serviceName());
-        static const QRegularExpression name(
-            QStringLiteral("^org\\.kde\\.StatusNotifierItem-%1-\\d+$")
-                .arg(QCoreApplication::applicationPid()));
-        QVERIFY2(name.match(d->item.serviceName()).hasMatch(), qPrintable(d->item.serviceName()));
-        QCOMPARE(visible.count(), 1);
-    }
-
-    void properties_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QVariant>("value");
-        QTest::newRow("Id") << "Id" << QVariant(QStringLiteral("mireo-pulse"));
-        QTest::newRow("Category") << "Category" << QVariant(QStringLiteral("ApplicationStatus"));
-        QTest::newRow("Status") << "Status" << QVariant(QStringLiteral("Active"));
-        QTest::newRow("Title") << "Title" << QVariant(QStringLiteral("M +12.3%"));
-        QTest::newRow("label") << "XAyatanaLabel" << QVariant(QStringLiteral("M +12.3%"));
-        QTest::newRow("label guide")
-            << "XAyatanaLabelGuide" << QVariant(QStringLiteral("M +000.0%"));
-        QTest::newRow("not a menu") << "ItemIsMenu" << QVariant(false);
-        // No icon theme holds ours in this test: the panel must use the pixmaps.
-        QTest::newRow("icon name") << "IconName" << QVariant(QString());
-    }
-    void properties()
-    {
-        QFETCH(QString, name);
-        QFETCH(QVariant, value);
-        const auto d = desktop(QStringLiteral("M +12.3%"));
-        QVERIFY(d->show());
-        QCOMPARE(d->property(name), value);
-    }
-
     // Hosts build their proxies from the introspection data: the signatures must be exact.
     void introspectedSignatures_data()
     {
@@ -199,6 +158,8 @@ private Q_SLOTS:
         QTRY_COMPARE(heard.labels, (QStringList{"M +12.3%", "M -0.4%"}));
         QCOMPARE(heard.guides, (QStringList{"M +000.0%", "M +000.0%"}));
         QCOMPARE(d->property(QStringLiteral("Title")), QVariant(QStringLiteral("M -0.4%")));
+        // No icon theme holds ours in this test: the panel must use the pixmaps.
+        QCOMPARE(d->property(QStringLiteral("IconName")), QVariant(QString()));
 
         // Worded when read: the title heads it, the rest is escaped markup.
         QString age = QStringLiteral("live · 5s");
@@ -269,27 +230,12 @@ private Q_SLOTS:
         QCOMPARE(d->property(QStringLiteral("Title")), QVariant(QStringLiteral("M +1.0%")));
     }
 
-    void choice_data()
-    {
-        QTest::addColumn<bool>("watcher");
-        QTest::addColumn<bool>("tray");
-        QTest::addColumn<Kind>("kind");
-        QTest::newRow("panel with a watcher") << true << true << Kind::StatusNotifierItem;
-        QTest::newRow("watcher, no tray reported") << true << false << Kind::StatusNotifierItem;
-        QTest::newRow("only an XEmbed tray") << false << true << Kind::TrayIcon;
-        // Nothing shows the item yet; it waits on the bus for a panel.
-        QTest::newRow("no panel at all") << false << false << Kind::StatusNotifierItem;
-    }
-    void choice()
-    {
-        QFETCH(bool, watcher);
-        QFETCH(bool, tray);
-        QFETCH(Kind, kind);
-        QCOMPARE(chooseStatusItemKind(watcher, tray), kind);
-    }
-
+    // The item waits on the bus for a panel when there is none yet; only an XEmbed tray
+    // without a watcher gets the tray icon.
     void choosesByWhatTheBusHas()
     {
+        QCOMPARE(chooseStatusItemKind(false, true), Kind::TrayIcon);
+        QCOMPARE(chooseStatusItemKind(false, false), Kind::StatusNotifierItem);
         QDBusConnection bus = appConnection();
         QVERIFY(!statusNotifierWatcherPresent(bus));
         QVERIFY(!statusNotifierWatcherPresent(QDBusConnection(QStringLiteral("no such bus"))));

@@ -1,8 +1,8 @@
-#include "account/Browser.h"
 #include "app/Appcast.h"
 #include "app/Updates.h"
 #include "net/HttpClient.h"
 #include "settings/Defaults.h"
+#include "support/AccountFakes.h"
 #include "support/StandinFixture.h"
 #include "support/TestSupport.h"
 
@@ -44,12 +44,6 @@ AppcastRelease release(const QString &version, const QString &display, const QSt
     return {version, display, page.isEmpty() ? std::nullopt : std::optional<QUrl>(QUrl(page))};
 }
 
-struct RecordingBrowser final : Browser
-{
-    QList<QUrl> opened;
-    void open(const QUrl &url) override { opened.append(url); }
-};
-
 void finish(QCoro::Task<> task)
 {
     bool done = false;
@@ -67,7 +61,7 @@ class TestUpdates : public QObject
     {
         testing::StandinFixture standin;
         net::HttpClient http{"MireoDesktopNative/0.1"};
-        RecordingBrowser browser;
+        testing::RecordingBrowser browser;
         UpdateChecker checker{http, browser, standin.url().resolved(QUrl("appcast.xml")), "0.1.0"};
         QSignalSpy notices{&checker, &UpdateChecker::notice};
         Checker() { http.setTimeoutLimit(testing::shortTimeout); }
@@ -101,11 +95,9 @@ private Q_SLOTS:
         QTest::newRow("a link that is no web page")
             << feed(item("3.0", {}, "javascript:alert(1)"))
             << R(release("3.0", "3.0", "https://example.com/pulse.tar.gz"));
-        QTest::newRow("missing version") << feed(item({})) << R();
         QTest::newRow("an item without version is skipped")
             << feed(item({}) + item("0.5"))
             << R(release("0.5", "0.5", "https://example.com/download"));
-        QTest::newRow("no item") << feed({}) << R();
         QTest::newRow("not XML") << QByteArray(R"({"version":"9.9"})") << R();
         QTest::newRow("cut off") << feed(item("9.0")).left(200) << R();
     }
@@ -160,12 +152,8 @@ private Q_SLOTS:
         const QString failed = "offline — could not check for updates";
         QTest::newRow("newer") << 200 << newer << 0 << "en"
                                << "Version 0.2 is available." << V("0.2");
-        QTest::newRow("newer, pt") << 200 << newer << 0 << "pt"
-                                   << "Já está disponível a versão 0.2." << V("0.2");
         QTest::newRow("up to date") << 200 << same << 0 << "en"
                                     << "You have the latest version (0.1.0)." << V();
-        QTest::newRow("up to date, pt") << 200 << same << 0 << "pt"
-                                        << "Tens a versão mais recente (0.1.0)." << V();
         QTest::newRow("older") << 200 << feed(item("0.0.9")) << 0 << "en"
                                << "You have the latest version (0.1.0)." << V();
         // Failures keep what the earlier check found (0.3).
@@ -210,17 +198,6 @@ private Q_SLOTS:
         QCOMPARE(told.downloadPage.has_value(), notice.contains("0.2"));
     }
 
-    void theDownloadPageOpens()
-    {
-        Checker c;
-        c.checker.openDownloadPage();
-        QVERIFY(c.browser.opened.isEmpty());
-        c.standin.answer(appcastPath, 200, feed(item("0.2.0", {}, "https://example.com/0.2")));
-        finish(c.checker.checkNow());
-        c.checker.openDownloadPage();
-        QCOMPARE(c.browser.opened, QList<QUrl>{QUrl("https://example.com/0.2")});
-    }
-
     // Silent unless there is news, and the same news only once.
     void scheduledChecks()
     {
@@ -234,22 +211,11 @@ private Q_SLOTS:
         QCOMPARE(c.notices.at(0).at(0).value<UpdateNotice>().text,
                  QString("Version 0.2.0 is available."));
         QCOMPARE(c.lastNotice(), QString("Version 0.3.0 is available."));
-        // Afterwards the feed fails (404): nothing more is said and 0.3.0 stays known.
-        QTest::qWait(300);
+        // Afterwards the feed fails (404): nothing more is said and 0.3.0 stays known. Checks
+        // run one after another, so a tenth request means the ninth's answer was handled.
+        QTRY_VERIFY(c.standin.requestsTo(appcastPath) >= 10);
         QCOMPARE(c.notices.size(), 2);
         QCOMPARE(c.checker.availableVersion(), std::optional<QString>("0.3.0"));
-    }
-
-    void feedAddress()
-    {
-        const QUrl site("http://127.0.0.1:8787");
-        qunsetenv("MIREO_APPCAST_URL");
-        QCOMPARE(appcastUrl(site), QUrl("http://127.0.0.1:8787/appcast.xml"));
-        qputenv("MIREO_APPCAST_URL", "http://127.0.0.1:9999/feed.xml");
-        QCOMPARE(appcastUrl(site), QUrl("http://127.0.0.1:9999/feed.xml"));
-        qputenv("MIREO_APPCAST_URL", "not a url");
-        QCOMPARE(appcastUrl(site), QUrl("http://127.0.0.1:8787/appcast.xml"));
-        qunsetenv("MIREO_APPCAST_URL");
     }
 };
 

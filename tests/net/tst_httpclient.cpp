@@ -36,15 +36,12 @@ private Q_SLOTS:
         const QByteArray json = R"({"sparkline":[1,2,3]})";
         // Valid JSON that only the size cap can refuse.
         const QByteArray padded = json + QByteArray(1536 * 1024, ' ');
-        QTest::newRow("200") << 200 << json << 0 << false << true << 200;
         QTest::newRow("200 empty") << 200 << QByteArray() << 0 << false << true << 200;
         QTest::newRow("over the size cap") << 200 << padded << 0 << false << false << 200;
         QTest::newRow("401 keeps its status") << 401 << json << 0 << false << false << 401;
-        QTest::newRow("400") << 400 << json << 0 << false << false << 400;
         QTest::newRow("301 is not followed") << 301 << json << 0 << false << false << 301;
         QTest::newRow("204") << 204 << QByteArray() << 0 << false << false << 204;
         QTest::newRow("slower than the time-out") << 200 << json << 1500 << false << false << 0;
-        QTest::newRow("cut mid-body") << 200 << json << 0 << true << false << 200;
         // Half of this is still valid JSON, and Qt may end the cut reply without an error.
         QTest::newRow("cut mid-body, large")
             << 200 << json + QByteArray(200'000, ' ') << 0 << true << false << 200;
@@ -108,7 +105,8 @@ private Q_SLOTS:
     }
 
     // Redirects, each from one stand-in (the service) to itself or to a second one on another
-    // port (another origin), for an authenticated GET and for a POST with a secret body.
+    // port (another origin), for an authenticated GET and for a POST with a secret body. A
+    // loop, and each status through the real binary, are the fault matrix's.
     void redirects_data()
     {
         QTest::addColumn<int>("status");
@@ -118,7 +116,7 @@ private Q_SLOTS:
         QTest::addColumn<int>("homeRequests");
         QTest::addColumn<int>("foreignRequests");
         QTest::addColumn<QString>("landedMethod");
-        for (const int status : {301, 302, 307, 308}) {
+        for (const int status : {302, 308}) {
             QTest::addRow("%d same origin", status)
                 << status << false << false << true << 2 << 0 << QStringLiteral("GET");
             QTest::addRow("%d other origin: followed without credentials", status)
@@ -195,21 +193,6 @@ private Q_SLOTS:
         QCOMPARE(names.contains(QStringLiteral("apikey")), !foreign);
     }
 
-    void aRedirectLoopEndsAsAFailure()
-    {
-        testing::StandinFixture standin;
-        standin::Override loop;
-        loop.status = 302;
-        loop.location = path.toUtf8();
-        standin.server.overrideNext(path, loop, 100);
-        net::HttpClient http("TestAgent/1");
-        http.setTimeoutLimit(testing::shortTimeout);
-        const net::HttpResponse response = fetch(http, standin.url().resolved(QUrl(path)));
-        QVERIFY(!response.ok);
-        QCOMPARE(response.status, 302);
-        QCOMPARE(standin.server.requests().size(), net::HttpClient::maxRedirects + 1);
-    }
-
     void redirectRules_data()
     {
         QTest::addColumn<QString>("from");
@@ -231,8 +214,6 @@ private Q_SLOTS:
             << "https://a.example/x" << 302 << QByteArray("file:///etc/passwd") << QString();
         QTest::newRow("not a redirect status")
             << "https://a.example/x" << 300 << QByteArray("https://a.example/y") << QString();
-        QTest::newRow("304") << "https://a.example/x" << 304 << QByteArray("https://a.example/y")
-                             << QString();
     }
     void redirectRules()
     {

@@ -246,22 +246,6 @@ private Q_SLOTS:
             QVERIFY(label->height() >= label->heightForWidth(label->width()));
         }
     }
-
-    void onboardingFollowsTheLanguage()
-    {
-        AppSettings settings(Defaults::shared());
-        settings.setLanguage(QStringLiteral("en"));
-        ui::OnboardingView view(settings);
-        QSignalSpy signIn(&view, &ui::OnboardingView::signInRequested);
-        QSignalSpy close(&view, &ui::OnboardingView::closeRequested);
-        auto *later = view.findChild<QPushButton *>(QStringLiteral("later"));
-        settings.setLanguage(QStringLiteral("pt"));
-        QTRY_COMPARE(later->text(), QStringLiteral("Mais tarde"));
-        later->click();
-        view.findChild<QPushButton *>(QStringLiteral("signIn"))->click();
-        QCOMPARE(close.size(), 1);
-        QCOMPARE(signIn.size(), 1);
-    }
 };
 
 int main(int argc, char *argv[])
