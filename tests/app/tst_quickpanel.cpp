@@ -4,7 +4,6 @@
 #include "app/StatusItem.h"
 
 #include <QApplication>
-#include <QDir>
 #include <QLabel>
 #include <QScreen>
 #include <QSignalSpy>
@@ -19,13 +18,6 @@ QWidget *placeholderContent(QSize size)
     content->setFocusPolicy(Qt::StrongFocus);
     content->setFixedSize(size);
     return content;
-}
-
-void saveArtifact(QWidget &window, const QString &name)
-{
-    const QString dir = qEnvironmentVariable("MIREO_ARTIFACTS", QDir::currentPath());
-    QDir().mkpath(dir);
-    QVERIFY(window.grab().save(dir + u'/' + name));
 }
 
 class FakeStatusItem : public StatusItem
@@ -48,21 +40,6 @@ class TestQuickPanel : public QObject
     static QRect available() { return QGuiApplication::primaryScreen()->availableGeometry(); }
 
 private Q_SLOTS:
-    void takesItsContentsSize()
-    {
-        QuickPanel panel;
-        panel.setContent(placeholderContent(QSize(360, 220)));
-        panel.toggle();
-        QVERIFY(QTest::qWaitForWindowActive(&panel));
-        QCOMPARE(panel.size(), QSize(360, 220));
-        QCOMPARE(QApplication::focusWidget(), panel.content());
-        saveArtifact(panel, QStringLiteral("quickpanel.png"));
-        // Outside the rounded corner the panel is see-through; inside it is painted.
-        const QImage image = panel.grab().toImage();
-        QCOMPARE(qAlpha(image.pixel(0, 0)), 0);
-        QVERIFY(qAlpha(image.pixel(QuickPanel::cornerRadius, QuickPanel::cornerRadius)) > 200);
-    }
-
     void hidesWhenAnotherWindowTakesFocus()
     {
         QuickPanel panel;

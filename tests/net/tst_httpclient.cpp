@@ -81,29 +81,6 @@ private Q_SLOTS:
         QCOMPARE(response.status, 0);
     }
 
-    void sendsTheAgentAndCustomRequests()
-    {
-        testing::StandinFixture standin;
-        net::HttpClient http("TestAgent/1");
-        net::HttpRequest request;
-        request.method = "PATCH";
-        request.url = standin.url().resolved(QUrl(QStringLiteral("/anything?x=1")));
-        request.headers = {{"Content-Type", "application/json"}, {"Authorization", "Bearer t"}};
-        request.body = R"({"enabled":true})";
-        bool done = false;
-        QCoro::connect(http.send(request), &http, [&](const net::HttpResponse &) { done = true; });
-        QTRY_VERIFY(done);
-        const auto logged = standin.server.requests().value(0);
-        QCOMPARE(logged.method, QStringLiteral("PATCH"));
-        QCOMPARE(logged.query, QStringLiteral("x=1"));
-        QCOMPARE(logged.body, request.body);
-        QStringList headers;
-        for (const auto &[name, value] : logged.headers)
-            headers << QString::fromLatin1(name.toLower() + ": " + value);
-        QVERIFY(headers.contains(QStringLiteral("user-agent: TestAgent/1")));
-        QVERIFY(headers.contains(QStringLiteral("authorization: Bearer t")));
-    }
-
     // Redirects, each from one stand-in (the service) to itself or to a second one on another
     // port (another origin), for an authenticated GET and for a POST with a secret body. A
     // loop, and each status through the real binary, are the fault matrix's.
