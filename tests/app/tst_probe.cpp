@@ -34,7 +34,8 @@ private Q_SLOTS:
     // Only "1" exactly turns it on, through the real environment as the shell schedules it.
     void enabling()
     {
-        for (const char *value : {"1", "true", " 1", "", nullptr}) {
+        for (const char *value :
+             std::initializer_list<const char *>{"1", "true", " 1", "", nullptr}) {
             if (value)
                 qputenv(probe::environmentVariable, value);
             else
