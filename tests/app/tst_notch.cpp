@@ -1,15 +1,8 @@
 #include "app/NotchCheck.h"
 #include "platform/linux/QtScreen.h"
-#include "settings/Defaults.h"
 
-#include <QElapsedTimer>
 #include <QGuiApplication>
-#include <QTemporaryDir>
 #include <QTest>
-#include <QTimer>
-#include <memory>
-
-using namespace std::chrono_literals;
 
 namespace {
 // A display with a camera housing between x = 620 and x = 820.
@@ -49,39 +42,7 @@ private Q_SLOTS:
         QVERIFY(!notch::isHidden(item, screens.screenAt(item.center())));
         QVERIFY(!screens.screenAt(QPointF(-100000, -100000)).has_value());
     }
-
-    // Once, after its delay, in the current language; nothing once its owner is gone.
-    void postsOnceAfterItsDelay()
-    {
-        Defaults::shared().setString("app.language", "pt");
-        QObject owner;
-        auto gone = std::make_unique<QObject>();
-        QList<notch::Warning> posted;
-        const notch::Hooks hooks{[] { return itemSpanning(600, 660); },
-                                 [](const QRectF &) { return notched(); },
-                                 [&](const notch::Warning &warning) { posted.append(warning); }};
-        QElapsedTimer clock;
-        clock.start();
-        notch::schedule(&owner, hooks, 100ms);
-        notch::schedule(gone.get(), hooks, 20ms);
-        gone.reset();
-        QTRY_COMPARE(posted.size(), 1);
-        QVERIFY(clock.elapsed() >= 100);
-        QCOMPARE(posted.first().title, QStringLiteral("A Mireo está atrás do notch"));
-        // Timers fire in order: one due later shows nothing else came.
-        bool later = false;
-        QTimer::singleShot(100ms, [&later] { later = true; });
-        QTRY_VERIFY(later);
-        QCOMPARE(posted.size(), 1);
-    }
 };
 
-int main(int argc, char *argv[])
-{
-    QTemporaryDir home;
-    qputenv("XDG_CONFIG_HOME", home.path().toUtf8());
-    QGuiApplication app(argc, argv);
-    TestNotch test;
-    return QTest::qExec(&test, argc, argv);
-}
+QTEST_MAIN(TestNotch)
 #include "tst_notch.moc"

@@ -1,10 +1,8 @@
 #include "app/Probe.h"
 
-#include <QElapsedTimer>
 #include <QTest>
 #include <QTimer>
 #include <limits>
-#include <memory>
 
 using namespace std::chrono_literals;
 
@@ -49,23 +47,6 @@ private Q_SLOTS:
             passBeyond(20ms);
             QCOMPARE(written.size(), value && qstrcmp(value, "1") == 0 ? 1 : 0);
         }
-    }
-
-    // Once, after its delay; nothing once its owner is gone.
-    void waitsItsDelay()
-    {
-        QObject owner;
-        auto gone = std::make_unique<QObject>();
-        int written = 0;
-        QElapsedTimer clock;
-        clock.start();
-        probe::schedule(&owner, {{}, {}, [&](const QByteArray &) { ++written; }}, 300ms, true);
-        probe::schedule(gone.get(), {{}, {}, [&](const QByteArray &) { ++written; }}, 20ms, true);
-        gone.reset();
-        QTRY_COMPARE(written, 1);
-        QVERIFY(clock.elapsed() >= 300);
-        passBeyond(300ms);
-        QCOMPARE(written, 1);
     }
 };
 

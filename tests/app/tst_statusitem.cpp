@@ -1,5 +1,4 @@
 #include "platform/linux/StatusNotifierItem.h"
-#include "platform/linux/StatusNotifierItemOrTray.h"
 #include "platform/linux/StatusNotifierItemTypes.h"
 #include "support/PrivateSessionBus.h"
 #include "support/SniWatcher.h"
@@ -8,7 +7,6 @@
 #include <QCursor>
 #include <QDBusArgument>
 #include <QDBusPendingCall>
-#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -33,8 +31,6 @@ public Q_SLOTS:
         guides << guide;
     }
 };
-
-using Kind = StatusItemKind;
 
 // The item end to end: its own bus connection, a watcher on another, as on a desktop.
 class TestStatusItem : public QObject
@@ -96,46 +92,6 @@ private Q_SLOTS:
         sni::registerTypes();
     }
 
-    void cleanupTestCase() { m_bus.reset(); }
-
-    // Hosts build their proxies from the introspection data: the signatures must be exact.
-    void introspectedSignatures_data()
-    {
-        QTest::addColumn<QString>("element"); // "kind name signature"
-        for (const char *element :
-             {"property IconPixmap a(iiay)", "property ToolTip (sa(iiay)ss)", "property WindowId i",
-              "property ItemIsMenu b", "property XAyatanaLabel s", "method Activate ii",
-              "method ContextMenu ii", "method Scroll is", "signal NewTitle ",
-              "signal XAyatanaNewLabel ss", "signal NewStatus s"})
-            QTest::newRow(element) << QString::fromLatin1(element);
-    }
-    void introspectedSignatures()
-    {
-        QFETCH(QString, element);
-        const QString kind = element.section(u' ', 0, 0), name = element.section(u' ', 1, 1);
-        const auto d = desktop();
-        QVERIFY(d->show());
-        const QDBusMessage reply = d->call(QStringLiteral("org.freedesktop.DBus.Introspectable"),
-                                           QStringLiteral("Introspect"));
-        const QString xml = reply.arguments().value(0).toString();
-        const qsizetype start = xml.indexOf(QStringLiteral("<%1 name=\"%2\"").arg(kind, name));
-        QVERIFY2(start >= 0, qPrintable(name));
-        const QString tag = xml.mid(start, xml.indexOf(u'>', start) - start);
-        const QString body =
-            tag.endsWith(u'/')
-                ? QString()
-                : xml.mid(start, xml.indexOf(QStringLiteral("</") + kind, start) - start);
-        static const QRegularExpression type(QStringLiteral("type=\"([^\"]*)\""));
-        static const QRegularExpression arg(QStringLiteral("<arg [^>]*>"));
-        QString found = kind == u"property" ? type.match(tag).captured(1) : QString();
-        // Signals only have arguments going out; methods list their replies as out.
-        for (const QRegularExpressionMatch &m :
-             arg.globalMatch(kind == u"property" ? QString() : body))
-            if (kind == u"signal" || !m.captured().contains(u"direction=\"out\""))
-                found += type.match(m.captured()).captured(1);
-        QCOMPARE(found, element.section(u' ', 2));
-    }
-
     void titleChangesAreAnnouncedOnce()
     {
         const auto d = desktop(QStringLiteral("M·"));
@@ -191,28 +147,19 @@ private Q_SLOTS:
         }
     }
 
-    void activation_data()
-    {
-        QTest::addColumn<QString>("method");
-        QTest::addColumn<QPoint>("sent");
-        QTest::addColumn<bool>("usesCursor");
-        QTest::newRow("left click") << "Activate" << QPoint(1700, 14) << false;
-        QTest::newRow("middle click") << "SecondaryActivate" << QPoint(1650, 12) << false;
-        QTest::newRow("right click") << "ContextMenu" << QPoint(40, 1060) << false;
-        QTest::newRow("second screen left of the first") << "Activate" << QPoint(-300, 10) << false;
-        QTest::newRow("host that does not say where") << "Activate" << QPoint(0, 0) << true;
-    }
+    // Clicks arrive where the host says; a host that says (0, 0) gets the cursor's place.
     void activation()
     {
-        QFETCH(QString, method);
-        QFETCH(QPoint, sent);
-        QFETCH(bool, usesCursor);
         const auto d = desktop();
         QVERIFY(d->show());
         QSignalSpy activated(&d->item, &StatusItem::activated);
-        QCOMPARE(d->call(kItem, method, {sent.x(), sent.y()}).type(), QDBusMessage::ReplyMessage);
-        QCOMPARE(activated.count(), 1);
-        QCOMPARE(activated.at(0).at(0).toPoint(), usesCursor ? QCursor::pos() : sent);
+        QCOMPARE(d->call(kItem, QStringLiteral("ContextMenu"), {40, 1060}).type(),
+                 QDBusMessage::ReplyMessage);
+        QCOMPARE(d->call(kItem, QStringLiteral("SecondaryActivate"), {0, 0}).type(),
+                 QDBusMessage::ReplyMessage);
+        QCOMPARE(activated.count(), 2);
+        QCOMPARE(activated.at(0).at(0).toPoint(), QPoint(40, 1060));
+        QCOMPARE(activated.at(1).at(0).toPoint(), QCursor::pos());
     }
 
     // A panel that crashes and comes back finds the item registered with it again.
@@ -228,23 +175,6 @@ private Q_SLOTS:
         const QString service = d->item.serviceName();
         QCOMPARE(d->watcher.registrations(), (QStringList{service, service}));
         QCOMPARE(d->property(QStringLiteral("Title")), QVariant(QStringLiteral("M +1.0%")));
-    }
-
-    // The item waits on the bus for a panel when there is none yet; only an XEmbed tray
-    // without a watcher gets the tray icon.
-    void choosesByWhatTheBusHas()
-    {
-        QCOMPARE(chooseStatusItemKind(false, true), Kind::TrayIcon);
-        QCOMPARE(chooseStatusItemKind(false, false), Kind::StatusNotifierItem);
-        QDBusConnection bus = appConnection();
-        QVERIFY(!statusNotifierWatcherPresent(bus));
-        QVERIFY(!statusNotifierWatcherPresent(QDBusConnection(QStringLiteral("no such bus"))));
-        SniWatcher watcher(m_bus->address());
-        QVERIFY(watcher.start());
-        QVERIFY(statusNotifierWatcherPresent(bus));
-        const std::unique_ptr<StatusItem> item = createDesktopStatusItem(bus);
-        QVERIFY(qobject_cast<StatusNotifierItem *>(item.get()));
-        QTRY_VERIFY(item->isVisible());
     }
 };
 

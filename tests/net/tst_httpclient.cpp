@@ -39,7 +39,6 @@ private Q_SLOTS:
         QTest::newRow("200 empty") << 200 << QByteArray() << 0 << false << true << 200;
         QTest::newRow("over the size cap") << 200 << padded << 0 << false << false << 200;
         QTest::newRow("401 keeps its status") << 401 << json << 0 << false << false << 401;
-        QTest::newRow("slower than the time-out") << 200 << json << 1500 << false << false << 0;
         // Half of this is still valid JSON, and Qt may end the cut reply without an error.
         QTest::newRow("cut mid-body, large")
             << 200 << json + QByteArray(200'000, ' ') << 0 << true << false << 200;
@@ -156,14 +155,9 @@ private Q_SLOTS:
         QTest::newRow("https to https")
             << "https://a.example/x" << 302 << QByteArray("https://b.example/y")
             << "https://b.example/y";
-        QTest::newRow("http to https")
-            << "http://a.example/x" << 301 << QByteArray("https://a.example/x")
-            << "https://a.example/x";
         QTest::newRow("relative") << "https://a.example/p/x" << 308 << QByteArray("../y?q=1")
                                   << "https://a.example/y?q=1";
         QTest::newRow("no location") << "https://a.example/x" << 302 << QByteArray() << QString();
-        QTest::newRow("another scheme")
-            << "https://a.example/x" << 302 << QByteArray("file:///etc/passwd") << QString();
         QTest::newRow("not a redirect status")
             << "https://a.example/x" << 300 << QByteArray("https://a.example/y") << QString();
     }

@@ -73,17 +73,6 @@ private Q_SLOTS:
         QCOMPARE(L::decide(setting, preferred), portuguese);
     }
 
-    void isPTSeesAValueJustWritten()
-    {
-        // The shared store lives under XDG_CONFIG_HOME, pointed at a temporary folder in main().
-        AppSettings &settings = AppSettings::shared();
-        settings.setLanguage(QStringLiteral("pt"));
-        QVERIFY(L::isPT());
-        QCOMPARE(L::text("offline", "desligado"), QStringLiteral("desligado"));
-        settings.setLanguage(QStringLiteral("en"));
-        QVERIFY(!L::isPT());
-    }
-
     // Another process (mireo-pulse --set-metric) writes the file; the running app follows.
     void followsChoicesWrittenElsewhere()
     {

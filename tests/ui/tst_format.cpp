@@ -1,5 +1,4 @@
 #include "ui/Format.h"
-#include "ui/Palette.h"
 #include "ui/PanelSummary.h"
 
 #include <QJsonDocument>
@@ -35,8 +34,8 @@ private Q_SLOTS:
         QTest::addColumn<QString>("expected");
         const auto row = [](const char *name, const char *kind, const char *locale,
                             std::optional<double> value, const char *expected) {
-            QTest::newRow(name) << QString::fromLatin1(kind) << QString::fromLatin1(locale)
-                                << value << QString::fromUtf8(expected);
+            QTest::newRow(name) << QString::fromLatin1(kind) << QString::fromLatin1(locale) << value
+                                << QString::fromUtf8(expected);
         };
         row("absent", "money", "en_US", std::nullopt, "—");
         row("half to even, down", "money", "en_US", 1234.5, "$1,234");
@@ -125,7 +124,6 @@ private Q_SLOTS:
         QTest::addColumn<bool>("live");
         QTest::addColumn<QString>("text");
 
-        QTest::newRow("just now") << false << qint64(0) << true << "live · 0s";
         QTest::newRow("seconds truncate") << false << qint64(42'700) << true << "live · 42s";
         QTest::newRow("89.9 s") << false << qint64(89'900) << true << "live · 89s";
         QTest::newRow("90 s is older") << false << qint64(90'000) << false << "as of 2 minutes ago";
@@ -144,30 +142,6 @@ private Q_SLOTS:
             ui::freshnessBadge(friday.addMSecs(-ageMs), friday, isPT, locale("en_US"));
         QCOMPARE(badge.live, live);
         QCOMPARE(badge.text, text);
-    }
-
-    void portugueseBadgeKeepsBothSources()
-    {
-        // Prefix and phrase are simply joined, even when both say "há".
-        QCOMPARE(ui::freshnessBadge(friday.addSecs(-300), friday, true, locale("pt_PT")).text,
-                 QStringLiteral("há há 5 minutos"));
-    }
-
-    void shortTime_data()
-    {
-        QTest::addColumn<QString>("locale");
-        QTest::addColumn<QByteArray>("zone");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("en") << "en_US" << QByteArray("UTC") << "2:30\u202fPM";
-        QTest::newRow("pt") << "pt_PT" << QByteArray("UTC") << "14:30";
-        QTest::newRow("in the user's zone") << "de_DE" << QByteArray("Europe/Berlin") << "15:30";
-    }
-    void shortTime()
-    {
-        QFETCH(QString, locale);
-        QFETCH(QByteArray, zone);
-        QFETCH(QString, expected);
-        QCOMPARE(ui::shortTime(friday, {locale, zone}), expected);
     }
 
     // The panel's tool tip from status reports, at `friday`, in both languages.
@@ -201,10 +175,6 @@ private Q_SLOTS:
                                   "2:29\u202fPM";
         QTest::newRow("nothing known")
             << R"({})"_ba << false << relative << "M·\nLoading the public book…";
-        QTest::newRow("account loading")
-            << R"({"title":"M·","public":{"lastError":"offline"},
-            "account":{"signedIn":true,"accounts":null}})"_ba
-            << false << relative << "M·\noffline\nLoading your account…";
         QTest::newRow("no brokerage account, pt") << R"({"title":"M·",
             "account":{"signedIn":true,"accounts":[],"lastError":"sessão cancelada"}})"_ba
                                                   << true << relative
@@ -219,17 +189,6 @@ private Q_SLOTS:
         QFETCH(QString, summary);
         const QJsonObject report = QJsonDocument::fromJson(status).object();
         QCOMPARE(ui::panelSummary(report, friday, isPT, form, locale("en_US")), summary);
-    }
-
-    // Zero counts as a gain, in either palette.
-    void tones()
-    {
-        for (const QColor &window : {QColor(Qt::white), QColor(30, 30, 30)}) {
-            QPalette palette;
-            palette.setColor(QPalette::Window, window);
-            QCOMPARE(ui::colorFor(ui::toneFor(0.0), palette), ui::mireoGain(palette));
-            QCOMPARE(ui::colorFor(ui::toneFor(-0.01), palette), ui::mireoLoss(palette));
-        }
     }
 };
 

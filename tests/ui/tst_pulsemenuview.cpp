@@ -7,7 +7,6 @@
 #include "support/TestSupport.h"
 #include "ui/ConfirmationSheet.h"
 #include "ui/LoginItem.h"
-#include "ui/MenuInputs.h"
 #include "ui/PulseMenuView.h"
 #include "ui/Widgets.h"
 
@@ -106,32 +105,6 @@ class TestPulseMenuView : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void followsStoresAndLanguage()
-    {
-        Stores stores;
-        const auto view = stores.view();
-        QVERIFY(texts(*view).contains("Loading the public book…"));
-        QVERIFY(texts(*view).contains("YOUR ACCOUNT"));
-
-        // The first public refresh lands: the public section re-renders by itself.
-        QTRY_VERIFY(texts(*view).filter(" ideas open").size() == 1);
-        QVERIFY(!texts(*view).contains("Loading the public book…"));
-
-        // A confirmation is open when the language changes: it follows, with the rest.
-        QTest::mouseClick(named<QPushButton>(*view, "pause"), Qt::LeftButton);
-        auto *dialog = named<ui::ConfirmationSheet>(*view, "confirmationSheet");
-        QTRY_VERIFY(dialog->isVisibleTo(view.get()));
-        stores.settings.setLanguage(QStringLiteral("pt"));
-        QTRY_COMPARE(named<QLabel>(*dialog, "title")->text(),
-                     QStringLiteral("Pausar a auto-execução?"));
-        QVERIFY(texts(*view).contains(QStringLiteral("A TUA CONTA")));
-
-        // Dismissing changes nothing.
-        QTest::mouseClick(named<QPushButton>(*dialog, "cancel"), Qt::LeftButton);
-        QTRY_VERIFY(!dialog->isVisibleTo(view.get()));
-        QVERIFY(named<QPushButton>(*view, "pause")->isEnabled());
-    }
-
     void changesInOneTurnRenderOnce()
     {
         Stores stores(false);
@@ -205,7 +178,6 @@ private Q_SLOTS:
         QVERIFY(!sheet->isVisible());
         QVERIFY(named<QPushButton>(*view, "pause")->isEnabled());
     }
-
 };
 
 // Widgets need a QApplication; the language lives in this process's own config folder.

@@ -45,16 +45,6 @@ private Q_SLOTS:
         }
     }
 
-    void flatSeriesDrawsALineAndTheEndDot()
-    {
-        const QImage image = rendered({3, 3});
-        const int m = ui::SparklineView::inkMargin;
-        // The line at 95 % of the height runs across; the dot sits on the right end.
-        QVERIFY(inked(image.pixel(m + 50, m + 25)));
-        QVERIFY(!inked(image.pixel(m + 50, m + 10)));
-        QVERIFY(inked(image.pixel(m + 98, m + 23)));
-    }
-
     void areaUnderTheLineIsFaint()
     {
         const QImage image = rendered({0, 10, 0});
