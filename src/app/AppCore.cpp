@@ -1,6 +1,7 @@
 #include "app/AppCore.h"
 
 #include "app/MenuTitle.h"
+#include "base/Publish.h"
 #include "settings/AppSettings.h"
 #include "settings/MireoConfig.h"
 
@@ -14,22 +15,10 @@ AppCore::AppCore(Defaults &defaults, const base::Clock &clock, SecretStore &secr
       m_auth(m_http, defaults, clock, secrets, browser, endpoints),
       m_notifications(notifier, defaults), m_poll(m_auth, clock)
 {
-    relayChangesOf(m_pulse);
-    relayChangesOf(m_auth);
-    relayChangesOf(AppSettings::shared());
-}
-
-// Every field signal, so a field added later cannot be forgotten here.
-void AppCore::relayChangesOf(QObject &source)
-{
-    static const QMetaMethod relay = QMetaMethod::fromSignal(&AppCore::changed);
-    const QMetaObject *meta = source.metaObject();
-    for (int i = meta->methodOffset(); i < meta->methodCount(); ++i) {
-        const QMetaMethod signal = meta->method(i);
-        if (signal.methodType() == QMetaMethod::Signal && signal.parameterCount() == 0 &&
-            signal.name().endsWith("Changed"))
-            connect(&source, signal, this, relay);
-    }
+    const QMetaMethod relay = QMetaMethod::fromSignal(&AppCore::changed);
+    base::connectFieldChanges(m_pulse, this, relay);
+    base::connectFieldChanges(m_auth, this, relay);
+    base::connectFieldChanges(AppSettings::shared(), this, relay);
 }
 
 void AppCore::startAccountCycle()

@@ -49,7 +49,6 @@ Q_SIGNALS:
     void changed();
 
 private:
-    void relayChangesOf(QObject &source);
     // One process per user announces notifications: whoever holds this.
     void checkIfAnnouncer();
 

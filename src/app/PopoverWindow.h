@@ -19,7 +19,6 @@ public:
     // Shows the popover at the anchor (global coordinates), or closes it when it is shown.
     void toggle(QPoint anchor);
     void showAt(QPoint anchor);
-    bool isShown() const { return isVisible(); }
 
     QSize sizeHint() const override;
 

@@ -4,15 +4,10 @@
 #include "app/ShellRules.h"
 #include "base/Clock.h"
 #include "pulse/PulseStore.h"
-
-#include <QPointer>
+#include "ui/Refresh.h"
 
 QCoro::Task<> refreshOnOpen(PulseStore &pulse, AuthStore &auth, const base::Clock &clock)
 {
-    if (!ShellRules::refreshesOnOpen(pulse.fetchedAt(), pulse.refreshing(), clock.now()))
-        co_return;
-    QPointer<AuthStore> account(&auth);
-    co_await pulse.refresh();
-    if (account)
-        co_await account->loadPortfolio();
+    if (ShellRules::refreshesOnOpen(pulse.fetchedAt(), pulse.refreshing(), clock.now()))
+        co_await ui::refreshPublicThenAccount(&pulse, &auth);
 }

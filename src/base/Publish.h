@@ -4,6 +4,9 @@
 #include <cstdint>
 #include <optional>
 
+class QMetaMethod;
+class QObject;
+
 namespace base {
 
 namespace detail {
@@ -28,5 +31,9 @@ void publish(Owner *owner, T &field, V &&value, void (Owner::*changed)())
     field = std::forward<V>(value);
     (owner->*changed)();
 }
+
+// Connects every field's change signal of a store (each "...Changed" it declares) to `slot`,
+// so a field added later cannot be forgotten by whoever follows the store.
+void connectFieldChanges(const QObject &store, const QObject *receiver, const QMetaMethod &slot);
 
 } // namespace base

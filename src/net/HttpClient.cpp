@@ -124,19 +124,18 @@ QCoro::Task<HttpClient::Hop> HttpClient::transfer(HttpRequest request)
         QByteArray location;
     };
     auto exchange = std::make_shared<Exchange>();
-    const qint64 maxBody = m_maxBodyBytes;
-    connect(reply, &QNetworkReply::metaDataChanged, reply, [reply, exchange, maxBody] {
+    connect(reply, &QNetworkReply::metaDataChanged, reply, [reply, exchange] {
         exchange->status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
         exchange->location = reply->rawHeader("Location");
         const qint64 announced = reply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
-        if (exchange->status != 200 || announced > maxBody) {
+        if (exchange->status != 200 || announced > maxBodyBytes) {
             exchange->refused = true;
             // Queued: Qt is still reporting the status error of this reply right now.
             QMetaObject::invokeMethod(reply, &QNetworkReply::abort, Qt::QueuedConnection);
         }
     });
-    connect(reply, &QNetworkReply::readyRead, reply, [reply, exchange, maxBody] {
-        if (reply->bytesAvailable() > maxBody) {
+    connect(reply, &QNetworkReply::readyRead, reply, [reply, exchange] {
+        if (reply->bytesAvailable() > maxBodyBytes) {
             exchange->refused = true;
             reply->abort();
         }
@@ -144,7 +143,7 @@ QCoro::Task<HttpClient::Hop> HttpClient::transfer(HttpRequest request)
     auto *deadline = new QTimer(reply);
     deadline->setSingleShot(true);
     connect(deadline, &QTimer::timeout, reply, &QNetworkReply::abort);
-    deadline->start(request.timeout * m_totalTimeoutFactor);
+    deadline->start(request.timeout * totalTimeoutFactor);
 
     co_await reply;
 

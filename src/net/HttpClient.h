@@ -47,7 +47,9 @@ class HttpClient : public QObject
 {
     Q_OBJECT
 public:
-    static constexpr qint64 defaultMaxBodyBytes = 1 << 20;
+    static constexpr qint64 maxBodyBytes = 1 << 20;
+    // A slow drip keeps the per-step time-out alive; this many steps bound the whole exchange.
+    static constexpr int totalTimeoutFactor = 6;
     static constexpr int maxRedirects = 10;
 
     explicit HttpClient(QByteArray userAgent, QObject *parent = nullptr);
@@ -56,11 +58,8 @@ public:
     QCoro::Task<HttpResponse> send(HttpRequest request);
     QCoro::Task<HttpResponse> get(const QUrl &url, std::chrono::milliseconds timeout);
 
-    void setMaxBodyBytes(qint64 bytes) { m_maxBodyBytes = bytes; }
     // Shortens every request's time-out to at most `limit`, so tests never wait real seconds.
     void setTimeoutLimit(std::chrono::milliseconds limit) { m_timeoutLimit = limit; }
-    // A slow drip keeps the per-step time-out alive; this bounds the whole exchange.
-    void setTotalTimeoutFactor(int factor) { m_totalTimeoutFactor = factor; }
 
 private:
     struct Hop
@@ -72,8 +71,6 @@ private:
 
     QByteArray m_userAgent;
     QNetworkAccessManager *m_manager;
-    qint64 m_maxBodyBytes = defaultMaxBodyBytes;
-    int m_totalTimeoutFactor = 6;
     std::optional<std::chrono::milliseconds> m_timeoutLimit;
 };
 

@@ -3,6 +3,7 @@
 #include "account/AuthStore.h"
 #include "account/Browser.h"
 #include "base/Clock.h"
+#include "base/Publish.h"
 #include "pulse/PulseStore.h"
 #include "settings/AppSettings.h"
 #include "settings/L.h"
@@ -10,6 +11,7 @@
 #include "ui/LoginItem.h"
 #include "ui/PulseMenuSections.h"
 #include "ui/Reconcile.h"
+#include "ui/Refresh.h"
 #include "ui/Widgets.h"
 
 #include <QCoreApplication>
@@ -19,26 +21,6 @@
 namespace ui {
 
 namespace {
-
-// Every "...Changed" signal of `source` re-renders.
-void connectChanges(QObject *source, QObject *receiver, const QMetaMethod &slot)
-{
-    const QMetaObject *meta = source->metaObject();
-    for (int i = meta->methodOffset(); i < meta->methodCount(); ++i) {
-        const QMetaMethod method = meta->method(i);
-        if (method.methodType() == QMetaMethod::Signal && method.name().endsWith("Changed"))
-            QObject::connect(source, method, receiver, slot);
-    }
-}
-
-// The public numbers first, then the account: one task, in that order.
-QCoro::Task<> refreshBoth(QPointer<PulseStore> pulse, QPointer<AuthStore> auth)
-{
-    if (pulse)
-        co_await pulse->refresh();
-    if (auth)
-        co_await auth->loadPortfolio();
-}
 
 QUrl pageOf(QUrl site, const QString &path)
 {
@@ -63,9 +45,9 @@ PulseMenuView::PulseMenuView(Services services, std::function<void()> onCheckUpd
     outer->setSizeConstraint(QLayout::SetFixedSize);
 
     const QMetaMethod render = metaObject()->method(metaObject()->indexOfSlot("scheduleRender()"));
-    connectChanges(&m_services.pulse, this, render);
-    connectChanges(&m_services.auth, this, render);
-    connectChanges(&m_services.settings, this, render);
+    base::connectFieldChanges(m_services.pulse, this, render);
+    base::connectFieldChanges(m_services.auth, this, render);
+    base::connectFieldChanges(m_services.settings, this, render);
 
     m_badgeTick.setInterval(std::chrono::seconds(1));
     connect(&m_badgeTick, &QTimer::timeout, this, &PulseMenuView::tickBadge);
@@ -149,7 +131,7 @@ MenuActions PulseMenuView::actions()
     a.openHome = [this] {
         m_services.browser.open(pageOf(m_services.siteUrl, QStringLiteral("/home")));
     };
-    a.refresh = [this] { refreshBoth(&m_services.pulse, &m_services.auth); };
+    a.refresh = [this] { refreshPublicThenAccount(&m_services.pulse, &m_services.auth); };
     a.signOut = [this] { m_services.auth.signOut(); };
     a.quit = [] { QCoreApplication::quit(); };
     a.checkUpdates = [this] {

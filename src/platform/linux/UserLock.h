@@ -18,7 +18,6 @@ public:
 
     // Takes the lock if it is free; true while held.
     bool tryLock();
-    bool isLocked() const { return m_locked; }
     void unlock();
     // The lock's file; a child process that keeps it open keeps the lock after we are gone.
     int fileDescriptor() const { return m_fd; }
