@@ -1,12 +1,12 @@
-#include "support/ProcessRun.h"
+#include "hardening/PulseBinary.h"
 #include "support/StandinFixture.h"
 
+#include <QDir>
 #include <QImage>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
 #include <QRegularExpression>
-#include <QTemporaryDir>
 #include <QTest>
 
 // The real binary, run as a status bar or a script would run it: --status-json, --follow and
@@ -15,37 +15,22 @@ class TestHeadless : public QObject
 {
     Q_OBJECT
 
-    QTemporaryDir m_config;
-
-    using Run = testing::ProcessRun;
-
-    QProcessEnvironment environment(const QUrl &site) const
-    {
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("MIREO_SITE_URL"), site.toString());
-        env.insert(QStringLiteral("MIREO_SUPABASE_URL"), site.toString());
-        env.insert(QStringLiteral("XDG_CONFIG_HOME"), m_config.path());
-        return env;
-    }
-    Run run(const QUrl &site, const QStringList &arguments)
-    {
-        return testing::runToEnd(QStringLiteral(MIREO_PULSE_BINARY), arguments, environment(site));
-    }
+    std::unique_ptr<testing::PulseBinary> m_binary; // a settings folder of its own per case
 
     QJsonObject status(const QUrl &site)
     {
-        const Run result = run(site, {QStringLiteral("--status-json")});
-        [&] { QCOMPARE(result.exitCode, 0); }();
-        return QJsonDocument::fromJson(result.out).object();
+        const QJsonObject status = m_binary->status(site);
+        [&] { QVERIFY(!status.isEmpty()); }();
+        return status;
     }
+    QString file(const QString &name) const { return QDir(m_binary->folder()).filePath(name); }
 
     // The lines printed until the public side of one says the refresh is over: `key` is a
     // string there and it is not refreshing.
     QList<QJsonObject> followUntilSettled(const QUrl &site, const QString &key)
     {
         QProcess process;
-        process.setProcessEnvironment(environment(site));
-        process.start(QStringLiteral(MIREO_PULSE_BINARY), {"--follow", "--json"});
+        m_binary->start(process, site, {"--follow", "--json"});
         QByteArray out;
         QList<QJsonObject> lines;
         const auto settled = [&] {
@@ -76,13 +61,14 @@ class TestHeadless : public QObject
     }
 
 private Q_SLOTS:
-    void init() { QFile::remove(m_config.filePath(QStringLiteral("mireo/pulse.conf"))); }
+    void init() { m_binary = std::make_unique<testing::PulseBinary>(); }
 
     // A first start offline has no number; online, the public numbers; the next start offline
     // shows them from the cache with the line that says so.
     void statusJsonOfflineOnlineOffline()
     {
-        const Run first = run(testing::refusingUrl(), {QStringLiteral("--print-title")});
+        const testing::ProcessRun first =
+            m_binary->run(testing::refusingUrl(), {QStringLiteral("--print-title")});
         QCOMPARE(first.out, QByteArray("M\u00B7\n"));
         const QJsonObject nothing = status(testing::refusingUrl())[u"public"].toObject();
         QCOMPARE(nothing[u"lastError"].toString(), QStringLiteral("offline"));
@@ -140,17 +126,19 @@ private Q_SLOTS:
     void rendersBothSurfacesOrFails()
     {
         testing::StandinFixture standin;
-        const QString popover = m_config.filePath(QStringLiteral("popover.png"));
-        const QString onboarding = m_config.filePath(QStringLiteral("onboarding.png"));
-        QCOMPARE(run(standin.url(), {QStringLiteral("--render-popover"), popover,
-                                     QStringLiteral("--render-onboarding=") + onboarding})
+        const QString popover = file(QStringLiteral("popover.png"));
+        const QString onboarding = file(QStringLiteral("onboarding.png"));
+        QCOMPARE(m_binary
+                     ->run(standin.url(), {QStringLiteral("--render-popover"), popover,
+                                           QStringLiteral("--render-onboarding=") + onboarding})
                      .exitCode,
                  0);
         QCOMPARE(QImage(popover).width(), 344 + 2 * 14);
         QVERIFY(QImage(popover).height() > 150);
         QCOMPARE(QImage(onboarding).width(), 420);
-        QCOMPARE(run(standin.url(), {QStringLiteral("--render-popover"),
-                                     m_config.filePath(QStringLiteral("missing/popover.png"))})
+        QCOMPARE(m_binary
+                     ->run(standin.url(), {QStringLiteral("--render-popover"),
+                                           file(QStringLiteral("missing/popover.png"))})
                      .exitCode,
                  1);
     }

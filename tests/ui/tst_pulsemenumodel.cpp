@@ -18,6 +18,7 @@
 
 using ui::PulseMenuInput;
 using ui::Tone;
+using namespace Qt::StringLiterals;
 
 Q_DECLARE_METATYPE(ui::PulseMenuInput)
 
@@ -73,34 +74,25 @@ template <typename Change> ui::PulseMenuInput with(ui::PulseMenuInput in, Change
     return in;
 }
 
-QString tone(Tone tone)
-{
-    static const char *const names[] = {"primary", "secondary", "gain", "loss", "warning", "gold"};
-    return QString::fromLatin1(names[int(tone)]);
-}
-
-QString line(const ui::Line &l)
-{
-    return l.text + QStringLiteral(" (") + tone(l.tone) + u')';
-}
-
-QString button(const ui::Button &b)
-{
-    return b.label + (b.enabled ? QStringLiteral(" [enabled]") : QStringLiteral(" [disabled]"));
-}
-
-QString picker(const ui::Picker &p)
-{
-    QStringList labels;
-    for (const ui::Choice &choice : p.choices)
-        labels << choice.label + u'=' + choice.value;
-    return labels.join(u'|') + QStringLiteral(" @") + QString::number(p.selected);
-}
-
 // The model flattened to one line per visible thing, so each row of the table can name what
 // must and must not show.
 QStringList describe(const ui::PulseMenuModel &m)
 {
+    const auto tone = [](Tone tone) {
+        static const char *const names[] = {"primary", "secondary", "gain",
+                                            "loss",    "warning",   "gold"};
+        return QString::fromLatin1(names[int(tone)]);
+    };
+    const auto line = [&](const ui::Line &l) { return l.text + " (" + tone(l.tone) + ')'; };
+    const auto button = [](const ui::Button &b) {
+        return b.label + (b.enabled ? u" [enabled]"_s : u" [disabled]"_s);
+    };
+    const auto picker = [](const ui::Picker &p) {
+        QStringList labels;
+        for (const ui::Choice &choice : p.choices)
+            labels << choice.label + u'=' + choice.value;
+        return labels.join(u'|') + " @" + QString::number(p.selected);
+    };
     QStringList out;
     const ui::PersonalSection &p = m.personal;
     switch (p.state) {
