@@ -32,6 +32,11 @@ private Q_SLOTS:
                              << std::optional(10000.0) << u"M +5.00%"_s;
         QTest::newRow("pct baseline 0")
             << u"pct"_s << true << std::optional(10500.0) << none << std::optional(0.0) << pub;
+        QTest::newRow("pct signed out") << u"pct"_s << false << none << none << none << pub;
+        QTest::newRow("pct no equity")
+            << u"pct"_s << true << none << none << std::optional(10000.0) << pub;
+        QTest::newRow("pct baseline negative")
+            << u"pct"_s << true << std::optional(10500.0) << none << std::optional(-5.0) << pub;
         QTest::newRow("pnl loss") << u"pnl"_s << true << none << std::optional(-125.4) << none
                                   << u"M -$125"_s;
         QTest::newRow("pnl small loss")
@@ -40,6 +45,8 @@ private Q_SLOTS:
             << u"pnl"_s << true << none << std::optional(2.5) << none << u"M +$2"_s;
         QTest::newRow("pnl no grouping")
             << u"pnl"_s << true << none << std::optional(1234567.0) << none << u"M +$1234567"_s;
+        QTest::newRow("pnl missing")
+            << u"pnl"_s << true << std::optional(1.0) << none << std::optional(1.0) << pub;
         QTest::newRow("pnlTotal") << u"pnlTotal"_s << true << std::optional(12340.0) << none
                                   << std::optional(10000.0) << u"M +$2340"_s;
         QTest::newRow("pnlTotal baseline 0")
@@ -106,6 +113,7 @@ private Q_SLOTS:
         QTest::newRow("empty") << QString() << u"M\u00B7"_s;
         QTest::newRow("markup and quotes")
             << u"M <b>\"&\"</b>"_s << u"M &lt;b&gt;&quot;&amp;&quot;&lt;/b&gt;"_s;
+        QTest::newRow("controls") << u"M\n\t\\\u0001"_s << u"M\n\t\\\u0001"_s;
     }
     void waybarLine()
     {

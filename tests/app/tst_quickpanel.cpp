@@ -40,6 +40,20 @@ class TestQuickPanel : public QObject
     static QRect available() { return QGuiApplication::primaryScreen()->availableGeometry(); }
 
 private Q_SLOTS:
+    // It takes its content's size and the focus; outside its rounded corners it is see-through.
+    void takesItsContentsSizeAndFocus()
+    {
+        QuickPanel panel;
+        panel.setContent(placeholderContent(QSize(360, 220)));
+        panel.toggle();
+        QVERIFY(QTest::qWaitForWindowActive(&panel));
+        QCOMPARE(panel.size(), QSize(360, 220));
+        QCOMPARE(QApplication::focusWidget(), panel.content());
+        const QImage image = panel.grab().toImage();
+        QCOMPARE(qAlpha(image.pixel(0, 0)), 0);
+        QVERIFY(qAlpha(image.pixel(QuickPanel::cornerRadius, QuickPanel::cornerRadius)) > 200);
+    }
+
     void hidesWhenAnotherWindowTakesFocus()
     {
         QuickPanel panel;

@@ -1,4 +1,5 @@
 #include "platform/linux/StatusNotifierItem.h"
+#include "platform/linux/StatusNotifierItemOrTray.h"
 #include "platform/linux/StatusNotifierItemTypes.h"
 #include "support/PrivateSessionBus.h"
 #include "support/SniWatcher.h"
@@ -7,6 +8,7 @@
 #include <QCursor>
 #include <QDBusArgument>
 #include <QDBusPendingCall>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -92,6 +94,44 @@ private Q_SLOTS:
         sni::registerTypes();
     }
 
+    // Hosts build their proxies from the introspection data: the signatures must be exact.
+    void introspectedSignatures_data()
+    {
+        QTest::addColumn<QString>("element"); // "kind name signature"
+        for (const char *element :
+             {"property IconPixmap a(iiay)", "property ToolTip (sa(iiay)ss)", "property WindowId i",
+              "property ItemIsMenu b", "property XAyatanaLabel s", "method Activate ii",
+              "method ContextMenu ii", "method Scroll is", "signal NewTitle ",
+              "signal XAyatanaNewLabel ss", "signal NewStatus s"})
+            QTest::newRow(element) << QString::fromLatin1(element);
+    }
+    void introspectedSignatures()
+    {
+        QFETCH(QString, element);
+        const QString kind = element.section(u' ', 0, 0), name = element.section(u' ', 1, 1);
+        const auto d = desktop();
+        QVERIFY(d->show());
+        const QDBusMessage reply = d->call(QStringLiteral("org.freedesktop.DBus.Introspectable"),
+                                           QStringLiteral("Introspect"));
+        const QString xml = reply.arguments().value(0).toString();
+        const qsizetype start = xml.indexOf(QStringLiteral("<%1 name=\"%2\"").arg(kind, name));
+        QVERIFY2(start >= 0, qPrintable(name));
+        const QString tag = xml.mid(start, xml.indexOf(u'>', start) - start);
+        const QString body =
+            tag.endsWith(u'/')
+                ? QString()
+                : xml.mid(start, xml.indexOf(QStringLiteral("</") + kind, start) - start);
+        static const QRegularExpression type(QStringLiteral("type=\"([^\"]*)\""));
+        static const QRegularExpression arg(QStringLiteral("<arg [^>]*>"));
+        QString found = kind == u"property" ? type.match(tag).captured(1) : QString();
+        // Signals only have arguments going out; methods list their replies as out.
+        for (const QRegularExpressionMatch &m :
+             arg.globalMatch(kind == u"property" ? QString() : body))
+            if (kind == u"signal" || !m.captured().contains(u"direction=\"out\""))
+                found += type.match(m.captured()).captured(1);
+        QCOMPARE(found, element.section(u' ', 2));
+    }
+
     void titleChangesAreAnnouncedOnce()
     {
         const auto d = desktop(QStringLiteral("M·"));
@@ -168,6 +208,19 @@ private Q_SLOTS:
         const QString service = d->item.serviceName();
         QCOMPARE(d->watcher.registrations(), (QStringList{service, service}));
         QCOMPARE(d->property(QStringLiteral("Title")), QVariant(QStringLiteral("M +1.0%")));
+    }
+    // With a panel's watcher on the bus the item is a StatusNotifierItem; only an XEmbed tray
+    // without one gets the tray icon, and with neither the item waits on the bus for a panel.
+    void choosesByWhatTheBusHas()
+    {
+        QCOMPARE(chooseStatusItemKind(false, true), StatusItemKind::TrayIcon);
+        QCOMPARE(chooseStatusItemKind(false, false), StatusItemKind::StatusNotifierItem);
+        QDBusConnection bus = appConnection();
+        QVERIFY(!statusNotifierWatcherPresent(bus));
+        SniWatcher watcher(m_bus->address());
+        QVERIFY(watcher.start());
+        QVERIFY(statusNotifierWatcherPresent(bus));
+        QVERIFY(qobject_cast<StatusNotifierItem *>(createDesktopStatusItem(bus).get()));
     }
 };
 

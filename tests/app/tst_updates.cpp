@@ -186,6 +186,18 @@ private Q_SLOTS:
         QCOMPARE(told.downloadPage.has_value(), notice.contains("0.2"));
     }
 
+    // The release page opens only once a check has found one.
+    void theDownloadPageOpens()
+    {
+        Checker c;
+        c.checker.openDownloadPage();
+        QVERIFY(c.browser.opened.isEmpty());
+        c.standin.answer(appcastPath, 200, feed(item("0.2.0", {}, "https://example.com/0.2")));
+        finish(c.checker.checkNow());
+        c.checker.openDownloadPage();
+        QCOMPARE(c.browser.opened, QList<QUrl>{QUrl("https://example.com/0.2")});
+    }
+
     // Silent unless there is news, and the same news only once.
     void scheduledChecks()
     {

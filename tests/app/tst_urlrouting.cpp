@@ -16,6 +16,7 @@ private Q_SLOTS:
         const QString auth =
             "mireopulse://auth#access_token=eyJ.a.b&refresh_token=r1&expires_in=3600";
         QTest::newRow("open") << "mireopulse://open" << UrlRoute::ToggleQuickPanel;
+        QTest::newRow("pulse") << "mireopulse://pulse" << UrlRoute::ToggleQuickPanel;
         QTest::newRow("open with user and port")
             << "mireopulse://me@open:80" << UrlRoute::ToggleQuickPanel;
         // Host comparison is exact, although QUrl would lower-case these.

@@ -21,13 +21,17 @@ private Q_SLOTS:
             << "2025-03-07T09:30:05.123-05:00" << QStringLiteral("2025-03-07T14:30:05.123Z");
         QTest::newRow("positive offset crosses midnight")
             << "2025-03-08T01:00:00.5+02:00" << QStringLiteral("2025-03-07T23:00:00.500Z");
+        QTest::newRow("microseconds")
+            << "2025-03-07T14:30:05.123456Z" << QStringLiteral("2025-03-07T14:30:05.123Z");
         QTest::newRow("no fraction") << "2025-03-07T14:30:05Z" << QString();
         QTest::newRow("no zone") << "2025-03-07T14:30:05.123" << QString();
         QTest::newRow("offset without colon") << "2025-03-07T14:30:05.123+0000" << QString();
         QTest::newRow("space for T") << "2025-03-07 14:30:05.123Z" << QString();
         QTest::newRow("hour 24") << "2025-03-07T24:00:00.000Z" << QString();
         QTest::newRow("30 February") << "2025-02-30T10:00:00.000Z" << QString();
+        QTest::newRow("empty dot") << "2025-03-07T14:30:05.Z" << QString();
         QTest::newRow("trailing text") << "2025-03-07T14:30:05.123Zx" << QString();
+        QTest::newRow("offset cut short") << "2025-03-07T14:30:05.123+05:0" << QString();
         QTest::newRow("minute 60 in offset") << "2025-03-07T14:30:05.123+05:60" << QString();
         QTest::newRow("non-ASCII digits") << u"2025-03-07T14:30:05.\u0661Z"_s << QString();
         QTest::newRow("empty") << "" << QString();
@@ -52,6 +56,7 @@ private Q_SLOTS:
         QTest::newRow("exact half to even") << 0.5 << 0 << "0";
         QTest::newRow("exact half to even, odd") << 1.5 << 0 << "2";
         QTest::newRow("binary above the half") << 0.05 << 1 << "0.1";
+        QTest::newRow("exact quarter") << 0.25 << 1 << "0.2";
         QTest::newRow("two places") << 187.5 << 2 << "187.50";
         QTest::newRow("large") << 1e15 << 1 << "1000000000000000.0";
     }

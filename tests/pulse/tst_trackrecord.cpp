@@ -53,6 +53,8 @@ private Q_SLOTS:
         broken("number for a boolean", R"({"has_data":1})");
         broken("number for a timestamp", R"({"last_update":1741357805})");
         broken("unused equity still typed", R"({"consolidated":{"total_equity":"lots"}})");
+        broken("null account", R"({"accounts":[null]})");
+        broken("unsigned out of range", R"({"accounts":[{"positions":9223372036854775808}]})");
         broken("integer out of range", R"({"accounts":[{"positions":1e19}]})");
         broken("number too large for a double", R"({"consolidated":{"return_pct":1e400}})");
         broken("bad UTF-8 in a string", "{\"last_update\":\"\xff\"}");

@@ -1,4 +1,5 @@
 #include "ui/Format.h"
+#include "ui/Palette.h"
 #include "ui/PanelSummary.h"
 
 #include <QJsonDocument>
@@ -142,6 +143,16 @@ private Q_SLOTS:
             ui::freshnessBadge(friday.addMSecs(-ageMs), friday, isPT, locale("en_US"));
         QCOMPARE(badge.live, live);
         QCOMPARE(badge.text, text);
+    }
+
+    // Clock times in the user's zone and locale; zero counts as a gain.
+    void shortTimeAndTone()
+    {
+        QCOMPARE(ui::shortTime(friday, {QStringLiteral("de_DE"), "Europe/Berlin"}),
+                 QStringLiteral("15:30"));
+        QCOMPARE(ui::shortTime(friday, locale("en_US")), QStringLiteral("2:30\u202fPM"));
+        QCOMPARE(ui::toneFor(0.0), ui::Tone::Gain);
+        QCOMPARE(ui::toneFor(-0.01), ui::Tone::Loss);
     }
 
     // The panel's tool tip from status reports, at `friday`, in both languages.

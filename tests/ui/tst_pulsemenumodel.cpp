@@ -307,6 +307,9 @@ private Q_SLOTS:
                            "!positions:",
                            "!row:",
                            "!more:"};
+        QTest::newRow("zero positions")
+            << withAccount(0)
+            << QStringList{"position rows: 0", "positions: 0 positions (secondary)", "!more:"};
         QTest::newRow("five positions")
             << withAccount(5)
             << QStringList{"position rows: 5", "row: NVDA -3.00% (loss) $25,000",
@@ -335,6 +338,10 @@ private Q_SLOTS:
                                           })
                                   << QStringList{"pill: OBSERVER (secondary)",
                                                  "auto button: Enable [enabled]", "!next cycle:"};
+        QTest::newRow("no worker record")
+            << with(withAccount(), [](auto &in) { in.portfolio->worker.reset(); })
+            << QStringList{"pill: OBSERVER (secondary)", "auto button: Enable [enabled]",
+                           "!next cycle:"};
         QTest::newRow("decision without symbols") << with(withAccount(), [](auto &in) {
             in.todayDecision = TodayDecision{"2025-03-07", {}};
         }) << QStringList{"decision: Today: no trade — that's discipline"};
@@ -361,6 +368,10 @@ private Q_SLOTS:
                                                     "sparkline: 5 values (gain)",
                                                     "!public error:",
                                                     "!placeholder:"};
+        QTest::newRow("no benchmark, no update time") << with(signedOut(), [](auto &in) {
+            in.vsSpyPct.reset();
+            in.lastUpdate.reset();
+        }) << QStringList{"return: +12.35% (gain)", "!vs:", "!updated:"};
         QTest::newRow("sparkline under 3 values")
             << with(signedOut(),
                     [](auto &in) {
@@ -376,6 +387,10 @@ private Q_SLOTS:
                     [](auto &in) { in.pulseError = "offline — showing last known numbers"; })
             << QStringList{"public error: offline — showing last known numbers · as of "
                            "2:25\u202fPM"};
+        QTest::newRow("public error never fetched") << with(signedOut(), [](auto &in) {
+            in.pulseError = "offline";
+            in.fetchedAt.reset();
+        }) << QStringList{"!public error:"};
         QTest::newRow("no return, error only")
             << with(signedOut(),
                     [](auto &in) {
@@ -395,6 +410,10 @@ private Q_SLOTS:
                     })
             << QStringList{"updates: Updates", "login: Start at login [on]",
                            "language: System=system|EN=en|PT=pt @2"};
+        QTest::newRow("unknown metric selects nothing")
+            << with(withAccount(), [](auto &in) { in.menuMetric = "weird"; })
+            << QStringList{"metric: Menu bar: Public book %=book|My return %=pct|My P/L "
+                           "today=pnl|My P/L since start=pnlTotal @-1"};
         QTest::newRow("pause confirmation")
             << with(withAccount(), [](auto &in) { in.confirmingPause = true; })
             << QStringList{"dialog: Pause auto-execution? / Pause — Mireo stops placing orders "

@@ -19,11 +19,12 @@
 
 namespace {
 
-// A desktop that refuses to start the app at login.
-class RefusingLoginItem final : public LoginItem
+// A desktop's start at login, as it is now; it refuses to register.
+class FakeLoginItem final : public LoginItem
 {
 public:
-    Status status() const override { return Status::NotRegistered; }
+    Status state = Status::NotRegistered;
+    Status status() const override { return state; }
     bool registerItem() override { return false; }
     bool unregisterItem() override { return true; }
 };
@@ -53,7 +54,7 @@ struct Stores
     testing::ManualClock clock;
     testing::InMemorySecretStore secrets;
     testing::RecordingBrowser browser;
-    RefusingLoginItem loginItem;
+    FakeLoginItem loginItem;
     net::HttpClient http{"mireo-test"};
     std::unique_ptr<PulseStore> pulse;
     std::unique_ptr<AuthStore> auth;
@@ -171,6 +172,25 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitForWindowExposed(view.get()));
         QVERIFY(!sheet->isVisible());
         QVERIFY(named<QPushButton>(*view, "pause")->isEnabled());
+    }
+    // The box mirrors the desktop's start at login when the view is made; the commands reach
+    // the browser, the update check and the sign-in.
+    void mirrorsAndCommands()
+    {
+        Stores stores(false);
+        stores.loginItem.state = LoginItem::Status::Enabled;
+        int updateChecks = 0;
+        const auto view = stores.view([&updateChecks] { ++updateChecks; });
+        QVERIFY(named<QCheckBox>(*view, "startAtLogin")->isChecked());
+        named<QPushButton>(*view, "openMireo")->click();
+        QCOMPARE(stores.browser.opened.value(0).path(), QStringLiteral("/home"));
+        QCOMPARE(stores.browser.opened.value(0).host(), stores.standin.url().host());
+        named<QPushButton>(*view, "updates")->click();
+        QCOMPARE(updateChecks, 1);
+        named<QPushButton>(*view, "signIn")->click();
+        QTRY_COMPARE(named<QPushButton>(*view, "signIn")->text(),
+                     QStringLiteral("Waiting for browser…"));
+        QVERIFY(!named<QPushButton>(*view, "signIn")->isEnabled());
     }
 };
 
