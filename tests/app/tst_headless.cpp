@@ -9,6 +9,8 @@
 #include <QRegularExpression>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 // The real binary, run as a status bar or a script would run it: --status-json, --follow and
 // the pictures.
 class TestHeadless : public QObject
@@ -68,25 +70,25 @@ private Q_SLOTS:
     void statusJsonOfflineOnlineOffline()
     {
         const testing::ProcessRun first =
-            m_binary->run(testing::refusingUrl(), {QStringLiteral("--print-title")});
+            m_binary->run(testing::refusingUrl(), {u"--print-title"_s});
         QCOMPARE(first.out, QByteArray("M\u00B7\n"));
         const QJsonObject nothing = status(testing::refusingUrl())[u"public"].toObject();
-        QCOMPARE(nothing[u"lastError"].toString(), QStringLiteral("offline"));
+        QCOMPARE(nothing[u"lastError"].toString(), u"offline"_s);
         QVERIFY(nothing[u"returnPct"].isNull() && nothing[u"fetchedAt"].isNull());
 
         testing::StandinFixture standin;
-        standin.answer(QStringLiteral("/api/public/track-record"), 200,
+        standin.answer(u"/api/public/track-record"_s, 200,
                        R"({"has_data":true,"consolidated":{"return_pct":-3.21,
                        "return_vs_spy_pct":0.5},"accounts":[{"positions":4}],
                        "last_update":"2025-03-07T09:30:05.123-05:00"})");
-        standin.answer(QStringLiteral("/api/public/stats"), 200, R"({"sparkline":[1,2,3.5]})");
+        standin.answer(u"/api/public/stats"_s, 200, R"({"sparkline":[1,2,3.5]})");
         const QJsonObject online = status(standin.url());
-        QCOMPARE(online[u"title"].toString(), QStringLiteral("M -3.2%"));
+        QCOMPARE(online[u"title"].toString(), u"M -3.2%"_s);
         const QJsonObject pulse = online[u"public"].toObject();
         QCOMPARE(pulse[u"returnPct"].toDouble(), -3.21);
         QCOMPARE(pulse[u"vsSpyPct"].toDouble(), 0.5);
         QCOMPARE(pulse[u"openPositions"].toInt(), 4);
-        QCOMPARE(pulse[u"lastUpdate"].toString(), QStringLiteral("2025-03-07T14:30:05.123Z"));
+        QCOMPARE(pulse[u"lastUpdate"].toString(), u"2025-03-07T14:30:05.123Z"_s);
         static const QRegularExpression utcMillis(
             QStringLiteral(R"(^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z$)"));
         QVERIFY(utcMillis.match(pulse[u"fetchedAt"].toString()).hasMatch());
@@ -95,10 +97,9 @@ private Q_SLOTS:
         QCOMPARE(pulse[u"sparkline"].toVariant().toList(), (QVariantList{1, 2, 3.5}));
 
         const QJsonObject offline = status(testing::refusingUrl());
-        QCOMPARE(offline[u"title"].toString(), QStringLiteral("M -3.2%"));
+        QCOMPARE(offline[u"title"].toString(), u"M -3.2%"_s);
         const QJsonObject cached = offline[u"public"].toObject();
-        QCOMPARE(cached[u"lastError"].toString(),
-                 QStringLiteral("offline \u2014 showing last known numbers"));
+        QCOMPARE(cached[u"lastError"].toString(), u"offline \u2014 showing last known numbers"_s);
         QCOMPARE(cached[u"fetchedAt"], pulse[u"fetchedAt"]);
         QCOMPARE(cached[u"lastUpdate"], pulse[u"lastUpdate"]);
         QCOMPARE(cached[u"sparkline"].toArray().size(), 0);
@@ -109,7 +110,7 @@ private Q_SLOTS:
     void aLineAtOnceThenOnePerChange()
     {
         testing::StandinFixture standin;
-        standin.answer(QStringLiteral("/api/public/track-record"), 200,
+        standin.answer(u"/api/public/track-record"_s, 200,
                        R"({"has_data":true,"consolidated":{"return_pct":12.34}})");
         const QList<QJsonObject> lines = followUntilSettled(standin.url(), "fetchedAt");
         QVERIFY(lines.size() >= 2);
@@ -120,27 +121,26 @@ private Q_SLOTS:
         const QList<QJsonObject> offline = followUntilSettled(testing::refusingUrl(), "lastError");
         QCOMPARE(titles(offline), QStringList{"M +12.3%"});
         QCOMPARE(offline.last()[u"public"][u"lastError"].toString(),
-                 QStringLiteral("offline \u2014 showing last known numbers"));
+                 u"offline \u2014 showing last known numbers"_s);
     }
 
     void rendersBothSurfacesOrFails()
     {
         testing::StandinFixture standin;
-        const QString popover = file(QStringLiteral("popover.png"));
-        const QString onboarding = file(QStringLiteral("onboarding.png"));
+        const QString popover = file(u"popover.png"_s);
+        const QString onboarding = file(u"onboarding.png"_s);
         QCOMPARE(m_binary
-                     ->run(standin.url(), {QStringLiteral("--render-popover"), popover,
-                                           QStringLiteral("--render-onboarding=") + onboarding})
+                     ->run(standin.url(),
+                           {u"--render-popover"_s, popover, u"--render-onboarding="_s + onboarding})
                      .exitCode,
                  0);
         QCOMPARE(QImage(popover).width(), 344 + 2 * 14);
         QVERIFY(QImage(popover).height() > 150);
         QCOMPARE(QImage(onboarding).width(), 420);
-        QCOMPARE(m_binary
-                     ->run(standin.url(), {QStringLiteral("--render-popover"),
-                                           file(QStringLiteral("missing/popover.png"))})
-                     .exitCode,
-                 1);
+        QCOMPARE(
+            m_binary->run(standin.url(), {u"--render-popover"_s, file(u"missing/popover.png"_s)})
+                .exitCode,
+            1);
     }
 };
 

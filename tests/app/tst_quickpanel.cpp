@@ -9,12 +9,14 @@
 #include <QSignalSpy>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // Stands in for the pulse view: a size of its own, and it takes the focus.
 QWidget *placeholderContent(QSize size)
 {
-    auto *content = new QLabel(QStringLiteral("<b>MIREO</b> +12.3%"));
+    auto *content = new QLabel(u"<b>MIREO</b> +12.3%"_s);
     content->setFocusPolicy(Qt::StrongFocus);
     content->setFixedSize(size);
     return content;

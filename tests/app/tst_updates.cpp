@@ -10,6 +10,8 @@
 #include <QSignalSpy>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 using namespace std::chrono_literals;
 
 Q_DECLARE_METATYPE(std::optional<AppcastRelease>)
@@ -121,8 +123,7 @@ private Q_SLOTS:
              {"1.10 > 1.9", "1.0 = 1.0.0", "0.1.0 < 0.2", "2 < 10", "01.002 = 1.2",
               "99999999999999999999999 > 9999999999", "1.0b1 < 1.0", "1.0b2 > 1.0b1"}) {
             const QStringList parts = QString::fromLatin1(row).split(' ');
-            QTest::newRow(row) << parts[0] << parts[2]
-                               << int(QStringLiteral("<=>").indexOf(parts[1])) - 1;
+            QTest::newRow(row) << parts[0] << parts[2] << int(u"<=>"_s.indexOf(parts[1])) - 1;
         }
     }
     void ordering()

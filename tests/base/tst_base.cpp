@@ -16,13 +16,13 @@ private Q_SLOTS:
         QTest::addColumn<QString>("utc"); // empty: must not parse
 
         QTest::newRow("Z with millis")
-            << "2025-03-07T14:30:05.123Z" << QStringLiteral("2025-03-07T14:30:05.123Z");
+            << "2025-03-07T14:30:05.123Z" << u"2025-03-07T14:30:05.123Z"_s;
         QTest::newRow("negative offset")
-            << "2025-03-07T09:30:05.123-05:00" << QStringLiteral("2025-03-07T14:30:05.123Z");
+            << "2025-03-07T09:30:05.123-05:00" << u"2025-03-07T14:30:05.123Z"_s;
         QTest::newRow("positive offset crosses midnight")
-            << "2025-03-08T01:00:00.5+02:00" << QStringLiteral("2025-03-07T23:00:00.500Z");
+            << "2025-03-08T01:00:00.5+02:00" << u"2025-03-07T23:00:00.500Z"_s;
         QTest::newRow("microseconds")
-            << "2025-03-07T14:30:05.123456Z" << QStringLiteral("2025-03-07T14:30:05.123Z");
+            << "2025-03-07T14:30:05.123456Z" << u"2025-03-07T14:30:05.123Z"_s;
         QTest::newRow("no fraction") << "2025-03-07T14:30:05Z" << QString();
         QTest::newRow("no zone") << "2025-03-07T14:30:05.123" << QString();
         QTest::newRow("offset without colon") << "2025-03-07T14:30:05.123+0000" << QString();
@@ -73,7 +73,7 @@ private Q_SLOTS:
         const QLocale before;
         QLocale::setDefault(QLocale(QLocale::Portuguese, QLocale::Portugal));
         std::setlocale(LC_NUMERIC, "pt_PT.UTF-8"); // may be missing; harmless then
-        QCOMPARE(base::fixedDecimal(1234.5, 1), QStringLiteral("1234.5"));
+        QCOMPARE(base::fixedDecimal(1234.5, 1), u"1234.5"_s);
         std::setlocale(LC_NUMERIC, "C");
         QLocale::setDefault(before);
     }

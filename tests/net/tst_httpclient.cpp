@@ -5,10 +5,12 @@
 #include <QMap>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 using namespace std::chrono_literals;
 
 namespace {
-const QString path = QStringLiteral("/api/public/stats");
+const QString path = u"/api/public/stats"_s;
 
 // Runs one request to the end on the test's event loop.
 net::HttpResponse fetch(net::HttpClient &http, const QUrl &url)
@@ -104,9 +106,9 @@ private Q_SLOTS:
         standin::Override moved;
         moved.status = status;
         moved.body = "moved";
-        moved.location = target.url().resolved(QUrl(QStringLiteral("/moved?to=here"))).toEncoded();
+        moved.location = target.url().resolved(QUrl(u"/moved?to=here"_s)).toEncoded();
         home.server.overrideNext(path, moved);
-        target.answer(QStringLiteral("/moved"), 200, "landed");
+        target.answer(u"/moved"_s, 200, "landed");
 
         net::HttpClient http("TestAgent/1");
         http.setTimeoutLimit(testing::shortTimeout);
@@ -130,7 +132,7 @@ private Q_SLOTS:
             return;
         }
         const auto landed = target.server.requests().constLast();
-        QCOMPARE(landed.query, QStringLiteral("to=here"));
+        QCOMPARE(landed.query, u"to=here"_s);
         QCOMPARE(landed.method, landedMethod);
         QCOMPARE(landed.body, landedMethod == u"POST" ? request.body : QByteArray());
         QMap<QByteArray, QByteArray> headers;

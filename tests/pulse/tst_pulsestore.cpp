@@ -14,12 +14,12 @@ using namespace std::chrono_literals;
 using namespace Qt::StringLiterals;
 
 namespace {
-const QString trackRecordPath = QStringLiteral("/api/public/track-record");
-const QString statsPath = QStringLiteral("/api/public/stats");
+const QString trackRecordPath = u"/api/public/track-record"_s;
+const QString statsPath = u"/api/public/stats"_s;
 const QByteArray goodRecord = R"({"has_data":true,"consolidated":{"return_pct":12.345,
     "return_vs_spy_pct":-1.25,"total_equity":112345.0},"accounts":[{"positions":2},{"positions":3}],
     "last_update":"2025-03-07T14:30:05.123Z"})";
-const QString offlineWithNumbers = QStringLiteral("offline \u2014 showing last known numbers");
+const QString offlineWithNumbers = u"offline \u2014 showing last known numbers"_s;
 
 QByteArray series(int length)
 {
@@ -72,10 +72,7 @@ class TestPulseStore : public QObject
     };
 
 private Q_SLOTS:
-    void init()
-    {
-        Defaults::shared().setString(QStringLiteral("app.language"), QStringLiteral("en"));
-    }
+    void init() { Defaults::shared().setString(u"app.language"_s, u"en"_s); }
 
     void successPublishesCachesAndTrims()
     {
@@ -93,14 +90,14 @@ private Q_SLOTS:
         QCOMPARE(store.lastError(), std::nullopt);
         QVERIFY(!store.refreshing());
         QCOMPARE(store.sparkline(), range(15, 45));
-        QCOMPARE(store.menuTitle(), QStringLiteral("M +12.3%"));
+        QCOMPARE(store.menuTitle(), u"M +12.3%"_s);
 
         rig.defaults.reopen();
-        QCOMPARE(rig.defaults->date(QStringLiteral("cache.pulse.fetchedAt")), rig.clock.now());
-        QCOMPARE(rig.defaults->number(QStringLiteral("cache.pulse.returnPct")), 12.345);
-        QCOMPARE(rig.defaults->number(QStringLiteral("cache.pulse.vsSpy")), -1.25);
-        QCOMPARE(rig.defaults->integer(QStringLiteral("cache.pulse.positions")), 5);
-        QCOMPARE(rig.defaults->date(QStringLiteral("cache.pulse.lastUpdate")), store.lastUpdate());
+        QCOMPARE(rig.defaults->date(u"cache.pulse.fetchedAt"_s), rig.clock.now());
+        QCOMPARE(rig.defaults->number(u"cache.pulse.returnPct"_s), 12.345);
+        QCOMPARE(rig.defaults->number(u"cache.pulse.vsSpy"_s), -1.25);
+        QCOMPARE(rig.defaults->integer(u"cache.pulse.positions"_s), 5);
+        QCOMPARE(rig.defaults->date(u"cache.pulse.lastUpdate"_s), store.lastUpdate());
 
         const auto requests = rig.standin.server.requests();
         QCOMPARE(requests.size(), 2);
@@ -150,7 +147,7 @@ private Q_SLOTS:
         QVERIFY(rig.settle());
         const auto fetchedAt = store.fetchedAt();
 
-        Defaults::shared().setString(QStringLiteral("app.language"), language);
+        Defaults::shared().setString(u"app.language"_s, language);
         standin::Override failure;
         failure.status = status;
         failure.body = record;
@@ -171,8 +168,8 @@ private Q_SLOTS:
         // No statistics request follows a failed record.
         QCOMPARE(rig.standin.server.requests().size(), 1);
         rig.defaults.reopen();
-        QCOMPARE(rig.defaults->date(QStringLiteral("cache.pulse.fetchedAt")), fetchedAt);
-        QCOMPARE(rig.defaults->number(QStringLiteral("cache.pulse.returnPct")), 12.345);
+        QCOMPARE(rig.defaults->date(u"cache.pulse.fetchedAt"_s), fetchedAt);
+        QCOMPARE(rig.defaults->number(u"cache.pulse.returnPct"_s), 12.345);
     }
 
     void recordWithoutConsolidatedClearsTheNumber()
@@ -186,11 +183,11 @@ private Q_SLOTS:
         QCOMPARE(store.returnPct(), std::nullopt);
         QCOMPARE(store.openPositions(), 0);
         QCOMPARE(store.lastError(), std::nullopt);
-        QCOMPARE(store.menuTitle(), QStringLiteral("M\u00B7"));
+        QCOMPARE(store.menuTitle(), u"M\u00B7"_s);
         rig.defaults.reopen();
-        QVERIFY(!rig.defaults->number(QStringLiteral("cache.pulse.returnPct")));
-        QVERIFY(!rig.defaults->date(QStringLiteral("cache.pulse.lastUpdate")));
-        QVERIFY(rig.defaults->date(QStringLiteral("cache.pulse.fetchedAt")));
+        QVERIFY(!rig.defaults->number(u"cache.pulse.returnPct"_s));
+        QVERIFY(!rig.defaults->date(u"cache.pulse.lastUpdate"_s));
+        QVERIFY(rig.defaults->date(u"cache.pulse.fetchedAt"_s));
     }
 
     void aRestartShowsTheCacheAtOnce()
@@ -205,24 +202,24 @@ private Q_SLOTS:
 
         // A second launch, offline: the cached numbers show before any answer, and stay.
         PulseStore &again = rig.start(testing::refusingUrl());
-        QCOMPARE(again.menuTitle(), QStringLiteral("M +-0.0%"));
+        QCOMPARE(again.menuTitle(), u"M +-0.0%"_s);
         QCOMPARE(again.fetchedAt(), rig.clock.now());
         QVERIFY(rig.settle());
         QCOMPARE(again.lastError(), offlineWithNumbers);
-        QCOMPARE(again.menuTitle(), QStringLiteral("M +-0.0%"));
+        QCOMPARE(again.menuTitle(), u"M +-0.0%"_s);
     }
 
     void cacheWithoutFetchTimeRestoresNothing()
     {
         Rig rig;
-        rig.defaults->setNumber(QStringLiteral("cache.pulse.returnPct"), 4.0);
-        rig.defaults->setInteger(QStringLiteral("cache.pulse.positions"), 3);
+        rig.defaults->setNumber(u"cache.pulse.returnPct"_s, 4.0);
+        rig.defaults->setInteger(u"cache.pulse.positions"_s, 3);
         PulseStore &store = rig.start(testing::refusingUrl());
         QCOMPARE(store.returnPct(), std::nullopt);
         QCOMPARE(store.openPositions(), 0);
-        rig.defaults->setDate(QStringLiteral("cache.pulse.fetchedAt"), rig.clock.now());
+        rig.defaults->setDate(u"cache.pulse.fetchedAt"_s, rig.clock.now());
         PulseStore &restored = rig.start(testing::refusingUrl());
-        QCOMPARE(restored.menuTitle(), QStringLiteral("M +4.0%"));
+        QCOMPARE(restored.menuTitle(), u"M +4.0%"_s);
         QCOMPARE(restored.openPositions(), 3);
         QVERIFY(rig.settle());
     }
@@ -273,7 +270,7 @@ private Q_SLOTS:
         QCoro::connect(rig.http.get(rig.standin.url().resolved(QUrl(trackRecordPath)), 5s),
                        &rig.http, [&answered](const net::HttpResponse &) { answered = true; });
         QTRY_VERIFY(answered);
-        QVERIFY(!rig.defaults->date(QStringLiteral("cache.pulse.fetchedAt")));
+        QVERIFY(!rig.defaults->date(u"cache.pulse.fetchedAt"_s));
     }
 
     void title_data()
@@ -295,7 +292,7 @@ private Q_SLOTS:
         const auto value = returnPct.isValid() ? std::optional(returnPct.toDouble()) : std::nullopt;
         QCOMPARE(PulseStore::titleFor(value), title);
         // The same in Portuguese and under a comma-decimal locale.
-        Defaults::shared().setString(QStringLiteral("app.language"), QStringLiteral("pt"));
+        Defaults::shared().setString(u"app.language"_s, u"pt"_s);
         QLocale::setDefault(QLocale(QLocale::Portuguese, QLocale::Portugal));
         QCOMPARE(PulseStore::titleFor(value), title);
         QLocale::setDefault(QLocale::c());

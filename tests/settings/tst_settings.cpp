@@ -6,6 +6,8 @@
 #include <QSignalSpy>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 class TestSettings : public QObject
 {
     Q_OBJECT
@@ -17,13 +19,11 @@ private Q_SLOTS:
         QTest::addColumn<QString>("language");
 
         QTest::newRow("earlier release chose personal")
-            << QVariantMap{{"menu.personal", true}} << "pct" << QStringLiteral("system");
+            << QVariantMap{{"menu.personal", true}} << "pct" << u"system"_s;
         QTest::newRow("newer key wins")
-            << QVariantMap{{"menu.metric", "pnl"}, {"menu.personal", true}} << "pnl"
-            << QStringLiteral("system");
+            << QVariantMap{{"menu.metric", "pnl"}, {"menu.personal", true}} << "pnl" << u"system"_s;
         QTest::newRow("unknown values are kept")
-            << QVariantMap{{"menu.metric", "weird"}, {"app.language", "PT"}} << "weird"
-            << QStringLiteral("PT");
+            << QVariantMap{{"menu.metric", "weird"}, {"app.language", "PT"}} << "weird" << u"PT"_s;
     }
     void loadsChoices()
     {
@@ -41,7 +41,7 @@ private Q_SLOTS:
         QCOMPARE(settings.menuMetric(), metric);
         QCOMPARE(settings.language(), language);
         // Loading migrates nothing: the old key stays the only one until the user picks.
-        QVERIFY(!defaults->string(QStringLiteral("menu.metric")) || stored.contains("menu.metric"));
+        QVERIFY(!defaults->string(u"menu.metric"_s) || stored.contains("menu.metric"));
     }
 
     void languageDecision_data()
@@ -83,15 +83,15 @@ private Q_SLOTS:
         QSignalSpy language(&settings, &AppSettings::languageChanged);
 
         Defaults other(running.path());
-        AppSettings(other).setMenuMetric(QStringLiteral("pnl"));
+        AppSettings(other).setMenuMetric(u"pnl"_s);
         other.sync();
-        QTRY_COMPARE(settings.menuMetric(), QStringLiteral("pnl"));
+        QTRY_COMPARE(settings.menuMetric(), u"pnl"_s);
         QCOMPARE(metric.count(), 1);
         QCOMPARE(language.count(), 0); // unchanged values are not announced
 
-        AppSettings(other).setLanguage(QStringLiteral("pt"));
+        AppSettings(other).setLanguage(u"pt"_s);
         other.sync();
-        QTRY_COMPARE(settings.language(), QStringLiteral("pt"));
+        QTRY_COMPARE(settings.language(), u"pt"_s);
         QCOMPARE(metric.count(), 1);
     }
 
@@ -99,24 +99,24 @@ private Q_SLOTS:
     {
         testing::TempDefaults defaults;
         const QDateTime when(QDate(2025, 3, 7), QTime(14, 30, 5, 123), Qt::UTC);
-        defaults->setDate(QStringLiteral("d"), when);
-        defaults->setNumber(QStringLiteral("third"), 0.1 + 0.2);
-        defaults->setInteger(QStringLiteral("i"), 9007199254740993);
-        defaults->setData(QStringLiteral("b"), QByteArray("{\"a\":1}\n\0x", 11));
-        defaults->setString(QStringLiteral("s"), QStringLiteral("a, b = c"));
-        defaults->setNumber(QStringLiteral("gone"), 1.0);
-        defaults->setNumber(QStringLiteral("gone"), std::nullopt);
+        defaults->setDate(u"d"_s, when);
+        defaults->setNumber(u"third"_s, 0.1 + 0.2);
+        defaults->setInteger(u"i"_s, 9007199254740993);
+        defaults->setData(u"b"_s, QByteArray("{\"a\":1}\n\0x", 11));
+        defaults->setString(u"s"_s, u"a, b = c"_s);
+        defaults->setNumber(u"gone"_s, 1.0);
+        defaults->setNumber(u"gone"_s, std::nullopt);
         defaults.reopen();
-        QCOMPARE(defaults->date(QStringLiteral("d")), when);
-        QCOMPARE(defaults->number(QStringLiteral("third")), 0.1 + 0.2);
-        QCOMPARE(defaults->integer(QStringLiteral("i")), 9007199254740993);
-        QCOMPARE(defaults->data(QStringLiteral("b")), QByteArray("{\"a\":1}\n\0x", 11));
-        QCOMPARE(defaults->string(QStringLiteral("s")), QStringLiteral("a, b = c"));
-        QVERIFY(!defaults->number(QStringLiteral("gone")));
+        QCOMPARE(defaults->date(u"d"_s), when);
+        QCOMPARE(defaults->number(u"third"_s), 0.1 + 0.2);
+        QCOMPARE(defaults->integer(u"i"_s), 9007199254740993);
+        QCOMPARE(defaults->data(u"b"_s), QByteArray("{\"a\":1}\n\0x", 11));
+        QCOMPARE(defaults->string(u"s"_s), u"a, b = c"_s);
+        QVERIFY(!defaults->number(u"gone"_s));
         // A value of another type reads as absent, not as a zero.
-        QVERIFY(!defaults->date(QStringLiteral("n")));
-        QVERIFY(!defaults->number(QStringLiteral("s")));
-        QVERIFY(!defaults->number(QStringLiteral("d")));
+        QVERIFY(!defaults->date(u"n"_s));
+        QVERIFY(!defaults->number(u"s"_s));
+        QVERIFY(!defaults->number(u"d"_s));
     }
 };
 

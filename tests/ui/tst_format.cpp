@@ -148,9 +148,8 @@ private Q_SLOTS:
     // Clock times in the user's zone and locale; zero counts as a gain.
     void shortTimeAndTone()
     {
-        QCOMPARE(ui::shortTime(friday, {QStringLiteral("de_DE"), "Europe/Berlin"}),
-                 QStringLiteral("15:30"));
-        QCOMPARE(ui::shortTime(friday, locale("en_US")), QStringLiteral("2:30\u202fPM"));
+        QCOMPARE(ui::shortTime(friday, {u"de_DE"_s, "Europe/Berlin"}), u"15:30"_s);
+        QCOMPARE(ui::shortTime(friday, locale("en_US")), u"2:30\u202fPM"_s);
         QCOMPARE(ui::toneFor(0.0), ui::Tone::Gain);
         QCOMPARE(ui::toneFor(-0.01), ui::Tone::Loss);
     }

@@ -32,7 +32,7 @@ ui::PulseMenuInput signedOut()
 {
     ui::PulseMenuInput in;
     in.now = now;
-    in.locale = {QStringLiteral("en_US"), "UTC"};
+    in.locale = {u"en_US"_s, "UTC"};
     in.returnPct = 12.345;
     in.vsSpyPct = 3.1;
     in.openPositions = 7;
@@ -58,10 +58,9 @@ ui::PulseMenuInput withAccount(int positionCount = 3)
     ui::PulseMenuInput in = signedOut();
     in.isSignedIn = true;
     Portfolio portfolio;
-    portfolio.accounts = {Account{QStringLiteral("Paper"), QStringLiteral("paper"), 12000.0, 120.0,
-                                  qint64(positionCount)}};
+    portfolio.accounts = {Account{u"Paper"_s, u"paper"_s, 12000.0, 120.0, qint64(positionCount)}};
     portfolio.totals = Totals{12500.0, 120.0, 10000.0};
-    portfolio.worker = Worker{QStringLiteral("running"), true, false, QStringLiteral("paper")};
+    portfolio.worker = Worker{u"running"_s, true, false, u"paper"_s};
     in.portfolio = portfolio;
     in.portfolioAsOf = now.addSecs(-42);
     in.positions = positions(positionCount);
@@ -97,18 +96,16 @@ QStringList describe(const ui::PulseMenuModel &m)
     const ui::PersonalSection &p = m.personal;
     switch (p.state) {
     case ui::PersonalState::SignedOut:
-        out << "state: signed out" << QStringLiteral("prompt: ") + p.prompt
-            << "sign in: " + button(p.signIn);
+        out << "state: signed out" << u"prompt: "_s + p.prompt << "sign in: " + button(p.signIn);
         break;
     case ui::PersonalState::Loading:
-        out << "state: loading" << QStringLiteral("loading: ") + p.loading;
+        out << "state: loading" << u"loading: "_s + p.loading;
         break;
     case ui::PersonalState::Account: {
         const ui::AccountBlock &a = p.account;
-        out << "state: account" << QStringLiteral("title: ") + a.title << "pill: " + line(a.pill);
+        out << "state: account" << u"title: "_s + a.title << "pill: " + line(a.pill);
         if (a.badge)
-            out << "badge: " + a.badge->text +
-                       (a.badge->live ? QStringLiteral(" (live)") : QString());
+            out << "badge: " + a.badge->text + (a.badge->live ? u" (live)"_s : QString());
         if (a.autoButton)
             out << "auto button: " + button(*a.autoButton);
         if (a.noBrokerage) {
@@ -121,9 +118,8 @@ QStringList describe(const ui::PulseMenuModel &m)
             if (a.today)
                 out << "today: " + line(a.today->line);
             for (const ui::PositionRow &row : a.positions)
-                out << "row: " + row.symbol + u' ' +
-                           (row.change ? line(*row.change) : QStringLiteral("-")) + u' ' +
-                           row.marketValue;
+                out << "row: " + row.symbol + u' ' + (row.change ? line(*row.change) : u"-"_s) +
+                           u' ' + row.marketValue;
             if (a.morePositions)
                 out << "more: " + *a.morePositions;
         }
@@ -158,8 +154,7 @@ QStringList describe(const ui::PulseMenuModel &m)
 
     const ui::Footer &f = m.footer;
     out << "refresh: " + button(f.refresh)
-        << "login: " + f.startAtLogin +
-               (f.launchAtLogin ? QStringLiteral(" [on]") : QStringLiteral(" [off]"))
+        << "login: " + f.startAtLogin + (f.launchAtLogin ? u" [on]"_s : u" [off]"_s)
         << "language: " + picker(f.language);
     if (f.signOut)
         out << "sign out: " + *f.signOut;
@@ -170,7 +165,7 @@ QStringList describe(const ui::PulseMenuModel &m)
     for (const ui::Confirmation *c : {&m.pause, &m.enable})
         if (c->open)
             out << "dialog: " + c->title + " / " + c->confirm + " / " + c->cancel + " / " +
-                       c->message.value_or(QStringLiteral("-"));
+                       c->message.value_or(u"-"_s);
     return out;
 }
 
@@ -179,7 +174,7 @@ QString artifact(const QString &name)
 {
     const QString dir = QStringLiteral(QT_TESTCASE_BUILDDIR "/artifacts");
     QDir().mkpath(dir);
-    return dir + u'/' + name + QStringLiteral(".png");
+    return dir + u'/' + name + u".png"_s;
 }
 
 QString describeWidget(const QWidget *widget)
@@ -190,7 +185,7 @@ QString describeWidget(const QWidget *widget)
     else if (const auto *button = qobject_cast<const QAbstractButton *>(widget))
         text = button->text();
     return QString::fromLatin1(widget->metaObject()->className()) + u' ' + widget->objectName() +
-           QStringLiteral(" \"") + text + u'"';
+           u" \""_s + text + u'"';
 }
 
 // What a widget needs to show all of itself.
@@ -230,17 +225,16 @@ QStringList layoutProblems(QWidget &root, const QRect &area)
                 QMargins(ui::SparklineView::inkMargin, ui::SparklineView::inkMargin,
                          ui::SparklineView::inkMargin, ui::SparklineView::inkMargin));
         if (!area.contains(rect))
-            problems << describeWidget(leaf) + QStringLiteral(" leaves the column");
+            problems << describeWidget(leaf) + u" leaves the column"_s;
         const QSize need = needed(leaf);
         if (leaf->width() < need.width() || leaf->height() < need.height())
-            problems << describeWidget(leaf) + QStringLiteral(" is clipped");
+            problems << describeWidget(leaf) + u" is clipped"_s;
         placed.append(rect);
     }
     for (qsizetype i = 0; i < leaves.size(); ++i)
         for (qsizetype j = i + 1; j < leaves.size(); ++j)
             if (placed[i].intersects(placed[j]))
-                problems << describeWidget(leaves[i]) + QStringLiteral(" overlaps ") +
-                                describeWidget(leaves[j]);
+                problems << describeWidget(leaves[i]) + u" overlaps "_s + describeWidget(leaves[j]);
     return problems;
 }
 
@@ -255,10 +249,10 @@ QStringList layoutProblemsOf(const PulseMenuInput &input, const QString &name)
                             ui::menuPadding - ui::menuSpill, ui::menuPadding);
     box->setSizeConstraint(QLayout::SetFixedSize);
     box->addWidget(ui::buildPulseMenu(ui::pulseMenuModel(input), {}).content);
-    if (!ui::renderWidgetToPng(host, artifact(QStringLiteral("popover-") + name)))
-        return {QStringLiteral("no picture")};
+    if (!ui::renderWidgetToPng(host, artifact(u"popover-"_s + name)))
+        return {u"no picture"_s};
     if (host.width() != ui::menuContentWidth + 2 * ui::menuPadding)
-        return {QStringLiteral("width %1").arg(host.width())};
+        return {u"width %1"_s.arg(host.width())};
     const int p = ui::menuPadding;
     return layoutProblems(host, host.rect().marginsRemoved(QMargins(p, p, p, p)));
 }
@@ -436,7 +430,7 @@ private Q_SLOTS:
             << with(withAccount(6),
                     [](auto &in) {
                         in.isPT = true;
-                        in.locale = {QStringLiteral("pt_PT"), "UTC"};
+                        in.locale = {u"pt_PT"_s, "UTC"};
                         in.portfolioAsOf = now.addSecs(-300);
                     })
             // Plurals, word order and the prefix before a worded age differ from English.
@@ -469,9 +463,9 @@ private Q_SLOTS:
         QStringList problems = layoutProblemsOf(input, name);
         if (!input.isPT) {
             input.isPT = true;
-            input.language = QStringLiteral("pt");
-            input.locale = {QStringLiteral("pt_PT"), "UTC"};
-            problems << layoutProblemsOf(input, name + QStringLiteral("-pt"));
+            input.language = u"pt"_s;
+            input.locale = {u"pt_PT"_s, "UTC"};
+            problems << layoutProblemsOf(input, name + u"-pt"_s);
         }
         QVERIFY2(problems.isEmpty(), qPrintable(problems.join(u'\n')));
     }
@@ -488,9 +482,9 @@ private Q_SLOTS:
         dark.setColor(QPalette::Window, QColor(30, 30, 30));
         dark.setColor(QPalette::WindowText, Qt::white);
         host.setPalette(dark);
-        QVERIFY(ui::renderWidgetToPng(host, artifact(QStringLiteral("popover-dark"))));
+        QVERIFY(ui::renderWidgetToPng(host, artifact(u"popover-dark"_s)));
         QSet<QRgb> shown;
-        const QImage image(artifact(QStringLiteral("popover-dark")));
+        const QImage image(artifact(u"popover-dark"_s));
         for (int y = 0; y < image.height(); ++y)
             for (int x = 0; x < image.width(); ++x)
                 shown.insert(image.pixel(x, y) | 0xff000000);
@@ -503,7 +497,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("language");
         QTest::addColumn<QString>("signIn");
-        QTest::newRow("pt") << "pt" << QStringLiteral("Iniciar sessão na Mireo");
+        QTest::newRow("pt") << "pt" << u"Iniciar sessão na Mireo"_s;
     }
     void onboarding()
     {
@@ -512,15 +506,15 @@ private Q_SLOTS:
         AppSettings settings(Defaults::shared());
         settings.setLanguage(language);
         ui::OnboardingView view(settings);
-        QVERIFY(ui::renderWidgetToPng(view, artifact(QStringLiteral("onboarding-") + language)));
+        QVERIFY(ui::renderWidgetToPng(view, artifact(u"onboarding-"_s + language)));
         QCOMPARE(view.width(), 420);
-        QCOMPARE(view.findChild<QPushButton *>(QStringLiteral("signIn"))->text(), signIn);
+        QCOMPARE(view.findChild<QPushButton *>(u"signIn"_s)->text(), signIn);
         const QStringList problems =
             layoutProblems(view, view.rect().marginsRemoved({26, 26, 26, 26}));
         QVERIFY2(problems.isEmpty(), qPrintable(problems.join(u'\n')));
         // The long Portuguese steps wrap rather than run out.
         for (int step = 1; step <= 3; ++step) {
-            const auto *label = view.findChild<QLabel *>(QStringLiteral("step%1").arg(step));
+            const auto *label = view.findChild<QLabel *>(u"step%1"_s.arg(step));
             QVERIFY(label->wordWrap());
             QVERIFY(label->height() >= label->heightForWidth(label->width()));
         }

@@ -17,6 +17,8 @@
 #include <QTest>
 #include <QTimer>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // A desktop's start at login, as it is now; it refuses to register.
@@ -63,7 +65,7 @@ struct Stores
     explicit Stores(bool withAccount = true)
     {
         http.setTimeoutLimit(testing::shortTimeout);
-        settings.setLanguage(QStringLiteral("en"));
+        settings.setLanguage(u"en"_s);
         if (withAccount) {
             secrets.items.insert(QString::fromLatin1(AuthStore::refreshTokenKey), "refresh");
             defaults->setData("cache.portfolio.json", autoOnPortfolio);
@@ -90,7 +92,7 @@ struct Stores
             ui::PulseMenuView::Services{*pulse, *auth, settings, loginItem, browser, clock,
                                         standin.url()},
             std::move(onCheckUpdates));
-        view->setFormatLocale({QStringLiteral("en_US"), "UTC"});
+        view->setFormatLocale({u"en_US"_s, "UTC"});
         return view;
     }
 };
@@ -113,9 +115,9 @@ private Q_SLOTS:
         // The launch refreshes must be over, or their answers render in between.
         QVERIFY(stores.settle(*view));
         QSignalSpy rendered(view.get(), &ui::PulseMenuView::rendered);
-        stores.settings.setMenuMetric(QStringLiteral("pct"));
-        stores.settings.setLanguage(QStringLiteral("pt"));
-        stores.settings.setMenuMetric(QStringLiteral("pnl"));
+        stores.settings.setMenuMetric(u"pct"_s);
+        stores.settings.setLanguage(u"pt"_s);
+        stores.settings.setMenuMetric(u"pnl"_s);
         QVERIFY(rendered.isEmpty());
         QVERIFY(rendered.wait());
         // A second render would be queued behind the first; a marker queued now comes after it.
@@ -137,17 +139,17 @@ private Q_SLOTS:
             auto *current = named<ui::FreshnessBadgeView>(*view, "freshnessBadge");
             return current ? current->freshness().text : QString();
         };
-        QCOMPARE(badge(), QStringLiteral("live · 42s"));
+        QCOMPARE(badge(), u"live · 42s"_s);
         stores.clock.set(stores.clock.now().addSecs(5));
-        QTRY_COMPARE_WITH_TIMEOUT(badge(), QStringLiteral("live · 47s"), 2500);
+        QTRY_COMPARE_WITH_TIMEOUT(badge(), u"live · 47s"_s, 2500);
         // Past 90 seconds the badge turns into the older form by itself.
         stores.clock.set(stores.clock.now().addSecs(60));
-        QTRY_COMPARE_WITH_TIMEOUT(badge(), QStringLiteral("as of 2 minutes ago"), 2500);
+        QTRY_COMPARE_WITH_TIMEOUT(badge(), u"as of 2 minutes ago"_s, 2500);
 
         view->hide();
         stores.clock.set(stores.clock.now().addSecs(600));
         QTest::qWait(1300);
-        QCOMPARE(badge(), QStringLiteral("as of 2 minutes ago"));
+        QCOMPARE(badge(), u"as of 2 minutes ago"_s);
     }
 
     // A refused start at login leaves the box unticked; an answer to a question that comes
@@ -183,13 +185,12 @@ private Q_SLOTS:
         const auto view = stores.view([&updateChecks] { ++updateChecks; });
         QVERIFY(named<QCheckBox>(*view, "startAtLogin")->isChecked());
         named<QPushButton>(*view, "openMireo")->click();
-        QCOMPARE(stores.browser.opened.value(0).path(), QStringLiteral("/home"));
+        QCOMPARE(stores.browser.opened.value(0).path(), u"/home"_s);
         QCOMPARE(stores.browser.opened.value(0).host(), stores.standin.url().host());
         named<QPushButton>(*view, "updates")->click();
         QCOMPARE(updateChecks, 1);
         named<QPushButton>(*view, "signIn")->click();
-        QTRY_COMPARE(named<QPushButton>(*view, "signIn")->text(),
-                     QStringLiteral("Waiting for browser…"));
+        QTRY_COMPARE(named<QPushButton>(*view, "signIn")->text(), u"Waiting for browser…"_s);
         QVERIFY(!named<QPushButton>(*view, "signIn")->isEnabled());
     }
 };

@@ -3,6 +3,8 @@
 #include <QImage>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 using PointList = QList<QPointF>;
 
 class TestSparkline : public QObject
@@ -36,12 +38,10 @@ private Q_SLOTS:
         const PointList points = ui::sparklinePoints(values, size);
         QCOMPARE(points.size(), expected.size());
         for (qsizetype i = 0; i < points.size(); ++i) {
-            QVERIFY2(std::abs(points[i].x() - expected[i].x()) < 1e-6 &&
-                         std::abs(points[i].y() - expected[i].y()) < 1e-6,
-                     qPrintable(QStringLiteral("point %1 is (%2, %3)")
-                                    .arg(i)
-                                    .arg(points[i].x())
-                                    .arg(points[i].y())));
+            QVERIFY2(
+                std::abs(points[i].x() - expected[i].x()) < 1e-6 &&
+                    std::abs(points[i].y() - expected[i].y()) < 1e-6,
+                qPrintable(u"point %1 is (%2, %3)"_s.arg(i).arg(points[i].x()).arg(points[i].y())));
         }
     }
 
