@@ -259,6 +259,8 @@ QStringList layoutProblemsOf(const PulseMenuInput &input, const QString &name)
 
 } // namespace
 
+// The popover's rules: what each state shows and leaves out, and that each fits its column in
+// both languages (the pictures land in artifacts/ for people to look at).
 class TestPulseMenuModel : public QObject
 {
     Q_OBJECT
