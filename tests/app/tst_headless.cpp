@@ -1,65 +1,94 @@
-#include "support/ProcessRun.h"
+#include "hardening/PulseBinary.h"
 #include "support/StandinFixture.h"
 
+#include <QDir>
+#include <QImage>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
 #include <QRegularExpression>
-#include <QTemporaryDir>
 #include <QTest>
 
-// The real binary, run as a status bar would run it.
+using namespace Qt::StringLiterals;
+
+// The real binary, run as a status bar or a script would run it: --status-json, --follow and
+// the pictures.
 class TestHeadless : public QObject
 {
     Q_OBJECT
 
-    QTemporaryDir m_config;
-
-    using Run = testing::ProcessRun;
-
-    Run run(const QUrl &site, const QString &flag)
-    {
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("MIREO_SITE_URL"), site.toString());
-        env.insert(QStringLiteral("XDG_CONFIG_HOME"), m_config.path());
-        return testing::runToEnd(QStringLiteral(MIREO_PULSE_BINARY), {flag}, env);
-    }
+    std::unique_ptr<testing::PulseBinary> m_binary; // a settings folder of its own per case
 
     QJsonObject status(const QUrl &site)
     {
-        const Run result = run(site, QStringLiteral("--status-json"));
-        [&] { QCOMPARE(result.exitCode, 0); }();
-        return QJsonDocument::fromJson(result.out).object();
+        const QJsonObject status = m_binary->status(site);
+        [&] { QVERIFY(!status.isEmpty()); }();
+        return status;
+    }
+    QString file(const QString &name) const { return QDir(m_binary->folder()).filePath(name); }
+
+    // The lines printed until the public side of one says the refresh is over: `key` is a
+    // string there and it is not refreshing.
+    QList<QJsonObject> followUntilSettled(const QUrl &site, const QString &key)
+    {
+        QProcess process;
+        m_binary->start(process, site, {"--follow", "--json"});
+        QByteArray out;
+        QList<QJsonObject> lines;
+        const auto settled = [&] {
+            out += process.readAllStandardOutput();
+            for (qsizetype end = out.indexOf('\n'); end >= 0; end = out.indexOf('\n')) {
+                const QJsonDocument line = QJsonDocument::fromJson(out.left(end));
+                [&] { QVERIFY2(line.isObject(), out.left(end).constData()); }();
+                lines << line.object();
+                out.remove(0, end + 1);
+            }
+            const QJsonObject pub = lines.value(lines.size() - 1)[u"public"].toObject();
+            return pub[key].isString() && !pub[u"refreshing"].toBool(true);
+        };
+        [&] { QVERIFY(QTest::qWaitFor(settled, 20000)); }();
+        [&] { QCOMPARE(process.state(), QProcess::Running); }();
+        process.terminate();
+        (void)QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 5000);
+        return lines;
+    }
+
+    static QStringList titles(const QList<QJsonObject> &lines)
+    {
+        QStringList titles;
+        for (const QJsonObject &line : lines)
+            if (titles.isEmpty() || titles.last() != line[u"title"].toString())
+                titles << line[u"title"].toString();
+        return titles;
     }
 
 private Q_SLOTS:
-    void init() { QFile::remove(m_config.filePath(QStringLiteral("mireo/pulse.conf"))); }
+    void init() { m_binary = std::make_unique<testing::PulseBinary>(); }
 
-    void printsTheLiveTitle()
+    // A first start offline has no number; online, the public numbers; the next start offline
+    // shows them from the cache with the line that says so.
+    void statusJsonOfflineOnlineOffline()
     {
-        testing::StandinFixture standin;
-        const Run result = run(standin.url(), QStringLiteral("--print-title"));
-        QCOMPARE(result.exitCode, 0);
-        static const QRegularExpression title(QStringLiteral("^M [+-]\\d+\\.\\d%\n$"));
-        QVERIFY2(title.match(QString::fromUtf8(result.out)).hasMatch(), result.out.constData());
-        QVERIFY(result.err.isEmpty());
-    }
+        const testing::ProcessRun first =
+            m_binary->run(testing::refusingUrl(), {u"--print-title"_s});
+        QCOMPARE(first.out, QByteArray("M\u00B7\n"));
+        const QJsonObject nothing = status(testing::refusingUrl())[u"public"].toObject();
+        QCOMPARE(nothing[u"lastError"].toString(), u"offline"_s);
+        QVERIFY(nothing[u"returnPct"].isNull() && nothing[u"fetchedAt"].isNull());
 
-    void statusJsonThenOfflineRestart()
-    {
         testing::StandinFixture standin;
-        standin.answer(QStringLiteral("/api/public/track-record"), 200,
+        standin.answer(u"/api/public/track-record"_s, 200,
                        R"({"has_data":true,"consolidated":{"return_pct":-3.21,
                        "return_vs_spy_pct":0.5},"accounts":[{"positions":4}],
                        "last_update":"2025-03-07T09:30:05.123-05:00"})");
-        standin.answer(QStringLiteral("/api/public/stats"), 200, R"({"sparkline":[1,2,3.5]})");
+        standin.answer(u"/api/public/stats"_s, 200, R"({"sparkline":[1,2,3.5]})");
         const QJsonObject online = status(standin.url());
-        QCOMPARE(online[u"title"].toString(), QStringLiteral("M -3.2%"));
+        QCOMPARE(online[u"title"].toString(), u"M -3.2%"_s);
         const QJsonObject pulse = online[u"public"].toObject();
         QCOMPARE(pulse[u"returnPct"].toDouble(), -3.21);
         QCOMPARE(pulse[u"vsSpyPct"].toDouble(), 0.5);
         QCOMPARE(pulse[u"openPositions"].toInt(), 4);
-        QCOMPARE(pulse[u"lastUpdate"].toString(), QStringLiteral("2025-03-07T14:30:05.123Z"));
+        QCOMPARE(pulse[u"lastUpdate"].toString(), u"2025-03-07T14:30:05.123Z"_s);
         static const QRegularExpression utcMillis(
             QStringLiteral(R"(^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z$)"));
         QVERIFY(utcMillis.match(pulse[u"fetchedAt"].toString()).hasMatch());
@@ -67,26 +96,51 @@ private Q_SLOTS:
         QCOMPARE(pulse[u"refreshing"].toBool(true), false);
         QCOMPARE(pulse[u"sparkline"].toVariant().toList(), (QVariantList{1, 2, 3.5}));
 
-        // Next start with the service gone: the cached numbers, the line that says so, no series.
         const QJsonObject offline = status(testing::refusingUrl());
-        QCOMPARE(offline[u"title"].toString(), QStringLiteral("M -3.2%"));
+        QCOMPARE(offline[u"title"].toString(), u"M -3.2%"_s);
         const QJsonObject cached = offline[u"public"].toObject();
-        QCOMPARE(cached[u"lastError"].toString(),
-                 QStringLiteral("offline \u2014 showing last known numbers"));
+        QCOMPARE(cached[u"lastError"].toString(), u"offline \u2014 showing last known numbers"_s);
         QCOMPARE(cached[u"fetchedAt"], pulse[u"fetchedAt"]);
         QCOMPARE(cached[u"lastUpdate"], pulse[u"lastUpdate"]);
         QCOMPARE(cached[u"sparkline"].toArray().size(), 0);
     }
 
-    void firstRunOfflineHasNoNumber()
+    // Several fields change with one refresh: each line differs from the one before, and the
+    // title changed once. An offline restart shows the cached title at once and keeps it.
+    void aLineAtOnceThenOnePerChange()
     {
-        const Run result = run(testing::refusingUrl(), QStringLiteral("--print-title"));
-        QCOMPARE(result.exitCode, 0);
-        QCOMPARE(result.out, QByteArray("M\u00B7\n"));
-        const QJsonObject pulse = status(testing::refusingUrl())[u"public"].toObject();
-        QCOMPARE(pulse[u"lastError"].toString(), QStringLiteral("offline"));
-        QVERIFY(pulse[u"returnPct"].isNull());
-        QVERIFY(pulse[u"fetchedAt"].isNull());
+        testing::StandinFixture standin;
+        standin.answer(u"/api/public/track-record"_s, 200,
+                       R"({"has_data":true,"consolidated":{"return_pct":12.34}})");
+        const QList<QJsonObject> lines = followUntilSettled(standin.url(), "fetchedAt");
+        QVERIFY(lines.size() >= 2);
+        for (qsizetype i = 1; i < lines.size(); ++i)
+            QVERIFY2(lines[i] != lines[i - 1], "a line repeats the one before");
+        QCOMPARE(titles(lines), (QStringList{"M·", "M +12.3%"}));
+
+        const QList<QJsonObject> offline = followUntilSettled(testing::refusingUrl(), "lastError");
+        QCOMPARE(titles(offline), QStringList{"M +12.3%"});
+        QCOMPARE(offline.last()[u"public"][u"lastError"].toString(),
+                 u"offline \u2014 showing last known numbers"_s);
+    }
+
+    void rendersBothSurfacesOrFails()
+    {
+        testing::StandinFixture standin;
+        const QString popover = file(u"popover.png"_s);
+        const QString onboarding = file(u"onboarding.png"_s);
+        QCOMPARE(m_binary
+                     ->run(standin.url(),
+                           {u"--render-popover"_s, popover, u"--render-onboarding="_s + onboarding})
+                     .exitCode,
+                 0);
+        QCOMPARE(QImage(popover).width(), 344 + 2 * 14);
+        QVERIFY(QImage(popover).height() > 150);
+        QCOMPARE(QImage(onboarding).width(), 420);
+        QCOMPARE(
+            m_binary->run(standin.url(), {u"--render-popover"_s, file(u"missing/popover.png"_s)})
+                .exitCode,
+            1);
     }
 };
 

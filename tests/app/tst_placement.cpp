@@ -2,97 +2,60 @@
 
 #include <QTest>
 
+Q_DECLARE_METATYPE(std::optional<QPoint>)
+
 class TestPlacement : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void quickPanelYUp_data()
-    {
-        QTest::addColumn<QRectF>("frame");
-        QTest::addColumn<QSizeF>("panel");
-        QTest::addColumn<QPointF>("origin");
-        QTest::newRow("laptop frame")
-            << QRectF(0, 0, 1512, 944) << QSizeF(340, 300) << QPointF(586, 435.28);
-        // A frame that starts above the dock keeps the same offsets from its own centre.
-        QTest::newRow("frame above a dock")
-            << QRectF(0, 70, 1512, 874) << QSizeF(340, 300) << QPointF(586, 461.88);
-        QTest::newRow("second screen left of the first")
-            << QRectF(-1920, 0, 1920, 1080) << QSizeF(400, 200) << QPointF(-1160, 569.6);
-    }
-    void quickPanelYUp()
-    {
-        QFETCH(QRectF, frame);
-        QFETCH(QSizeF, panel);
-        QFETCH(QPointF, origin);
-        const QPointF got = PanelPlacement::quickPanelOriginYUp(frame, panel);
-        QCOMPARE(got.x(), origin.x());
-        QVERIFY2(qAbs(got.y() - origin.y()) < 1e-9, qPrintable(QString::number(got.y())));
-    }
-
-    // Qt measures from the top: the same panel seen from the other edge, rounded to pixels.
-    void quickPanelTopLeft_data()
+    // The quick panel (no anchor) centred, raised above the centre, never cut off; the popover
+    // under or over the item that was clicked, inside the screen's available area.
+    void topLeft_data()
     {
         QTest::addColumn<QRect>("available");
-        QTest::addColumn<QSize>("panel");
+        QTest::addColumn<std::optional<QPoint>>("anchor");
+        QTest::addColumn<QSize>("size");
         QTest::addColumn<QPoint>("topLeft");
-        // 944 - (435.28 + 300) = 208.72 from the top.
-        QTest::newRow("laptop frame")
-            << QRect(0, 0, 1512, 944) << QSize(340, 300) << QPoint(586, 209);
-        QTest::newRow("top panel of 32 px")
-            << QRect(0, 32, 1920, 1048) << QSize(340, 300) << QPoint(790, 280);
-        QTest::newRow("right-hand screen")
-            << QRect(1920, 0, 1280, 1024) << QSize(340, 300) << QPoint(2390, 239);
-        QTest::newRow("screen above the primary")
-            << QRect(0, -768, 1024, 768) << QSize(340, 300) << QPoint(342, -626);
-        // Raising a panel taller than the frame allows would cut its top off.
-        QTest::newRow("panel taller than the raise allows")
-            << QRect(0, 0, 800, 600) << QSize(340, 560) << QPoint(230, 0);
-        QTest::newRow("panel wider than the screen")
-            << QRect(100, 0, 300, 600) << QSize(340, 300) << QPoint(100, 78);
-    }
-    void quickPanelTopLeft()
-    {
-        QFETCH(QRect, available);
-        QFETCH(QSize, panel);
-        QFETCH(QPoint, topLeft);
-        QCOMPARE(PanelPlacement::quickPanelTopLeft(available, panel), topLeft);
-    }
-
-    void popover_data()
-    {
-        QTest::addColumn<QRect>("available");
-        QTest::addColumn<QPoint>("anchor");
-        QTest::addColumn<QSize>("popover");
-        QTest::addColumn<QPoint>("topLeft");
+        const auto row = [](const char *name, QRect available, std::optional<QPoint> anchor,
+                            QSize size, QPoint topLeft) {
+            QTest::newRow(name) << available << anchor << size << topLeft;
+        };
         const QSize size(340, 300);
         const int gap = PanelPlacement::popoverGap;
-        QTest::newRow("item in a top panel")
-            << QRect(0, 28, 1920, 1052) << QPoint(1700, 30) << size << QPoint(1530, 30 + gap);
+        const std::optional<QPoint> quickPanel;
+        row("panel: laptop frame", QRect(0, 0, 1512, 944), quickPanel, size, QPoint(586, 209));
+        row("panel: right-hand screen", QRect(1920, 0, 1280, 1024), quickPanel, size,
+            QPoint(2390, 239));
+        row("panel: screen above the primary", QRect(0, -768, 1024, 768), quickPanel, size,
+            QPoint(342, -626));
+        row("panel: taller than the raise allows", QRect(0, 0, 800, 600), quickPanel,
+            QSize(340, 560), QPoint(230, 0));
+        row("panel: wider than the screen", QRect(100, 0, 300, 600), quickPanel, size,
+            QPoint(100, 78));
+        row("popover: item in a top panel", QRect(0, 28, 1920, 1052), QPoint(1700, 30), size,
+            QPoint(1530, 30 + gap));
         // The click lands on the panel itself, outside the available area.
-        QTest::newRow("click inside the top panel")
-            << QRect(0, 28, 1920, 1052) << QPoint(1700, 12) << size << QPoint(1530, 28);
-        QTest::newRow("item in the top-right corner")
-            << QRect(0, 28, 1920, 1052) << QPoint(1910, 12) << size << QPoint(1580, 28);
-        QTest::newRow("item in a bottom panel opens above")
-            << QRect(0, 0, 1920, 1040) << QPoint(1800, 1060) << size << QPoint(1580, 740);
-        QTest::newRow("item low in the area opens above")
-            << QRect(0, 0, 1920, 1040) << QPoint(900, 1000) << size
-            << QPoint(730, 1000 - gap - 300);
-        QTest::newRow("item in a left panel")
-            << QRect(48, 0, 1872, 1080) << QPoint(20, 500) << size << QPoint(48, 500 + gap);
-        QTest::newRow("second screen")
-            << QRect(1920, 30, 1280, 994) << QPoint(3000, 15) << size << QPoint(2830, 30);
-        QTest::newRow("popover taller than the screen")
-            << QRect(0, 0, 800, 250) << QPoint(400, 10) << size << QPoint(230, 0);
+        row("popover: click inside the top panel", QRect(0, 28, 1920, 1052), QPoint(1700, 12), size,
+            QPoint(1530, 28));
+        row("popover: bottom panel opens above", QRect(0, 0, 1920, 1040), QPoint(1800, 1060), size,
+            QPoint(1580, 740));
+        row("popover: item low in the area opens above", QRect(0, 0, 1920, 1040), QPoint(900, 1000),
+            size, QPoint(730, 1000 - gap - 300));
+        row("popover: left panel", QRect(48, 0, 1872, 1080), QPoint(20, 500), size,
+            QPoint(48, 500 + gap));
+        row("popover: taller than the screen", QRect(0, 0, 800, 250), QPoint(400, 10), size,
+            QPoint(230, 0));
     }
-    void popover()
+    void topLeft()
     {
         QFETCH(QRect, available);
-        QFETCH(QPoint, anchor);
-        QFETCH(QSize, popover);
+        QFETCH(std::optional<QPoint>, anchor);
+        QFETCH(QSize, size);
         QFETCH(QPoint, topLeft);
-        QCOMPARE(PanelPlacement::popoverTopLeft(anchor, popover, available), topLeft);
+        QCOMPARE(anchor ? PanelPlacement::popoverTopLeft(*anchor, size, available)
+                        : PanelPlacement::quickPanelTopLeft(available, size),
+                 topLeft);
     }
 };
 

@@ -17,25 +17,16 @@ private Q_SLOTS:
             "mireopulse://auth#access_token=eyJ.a.b&refresh_token=r1&expires_in=3600";
         QTest::newRow("open") << "mireopulse://open" << UrlRoute::ToggleQuickPanel;
         QTest::newRow("pulse") << "mireopulse://pulse" << UrlRoute::ToggleQuickPanel;
-        QTest::newRow("open with a path") << "mireopulse://open/now" << UrlRoute::ToggleQuickPanel;
         QTest::newRow("open with user and port")
             << "mireopulse://me@open:80" << UrlRoute::ToggleQuickPanel;
         // Host comparison is exact, although QUrl would lower-case these.
         QTest::newRow("OPEN") << "mireopulse://OPEN" << UrlRoute::AuthCallback;
-        QTest::newRow("opened") << "mireopulse://opened" << UrlRoute::AuthCallback;
         QTest::newRow("auth with tokens") << auth << UrlRoute::AuthCallback;
-        QTest::newRow("auth with an error")
-            << "mireopulse://auth#error_description=Access%20denied" << UrlRoute::AuthCallback;
         QTest::newRow("no host") << "mireopulse:" << UrlRoute::AuthCallback;
-        QTest::newRow("host-less path") << "mireopulse:open" << UrlRoute::AuthCallback;
         // The scheme is not this function's business; the edges filter it (isCallbackUrl).
         QTest::newRow("other scheme, open") << "https://open" << UrlRoute::ToggleQuickPanel;
-        QTest::newRow("other scheme")
-            << "https://example.com/#access_token=x" << UrlRoute::AuthCallback;
         QTest::newRow("not a URL: space") << "mireopulse://op en" << UrlRoute::Ignore;
         QTest::newRow("not a URL: bad escape") << "%zz" << UrlRoute::Ignore;
-        QTest::newRow("not a URL: open bracket") << "mireopulse://[::1" << UrlRoute::Ignore;
-        QTest::newRow("empty") << "" << UrlRoute::Ignore;
     }
     void routes()
     {
@@ -53,25 +44,15 @@ private Q_SLOTS:
                      QUrl(text).fragment(QUrl::FullyEncoded));
     }
 
-    void ownScheme_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<bool>("accepted");
-        QTest::newRow("open") << "mireopulse://open" << true;
-        QTest::newRow("auth") << "mireopulse://auth#access_token=a&refresh_token=b" << true;
-        QTest::newRow("scheme in capitals") << "MIREOPULSE://open" << true;
-        QTest::newRow("no host") << "mireopulse:" << true;
-        QTest::newRow("https") << "https://example.com" << false;
-        QTest::newRow("file") << "file:///etc/passwd" << false;
-        QTest::newRow("relative") << "open" << false;
-        QTest::newRow("not a URL") << "mireopulse://a b" << false;
-        QTest::newRow("empty") << "" << false;
-    }
+    // Only this app's scheme, in any case, is taken from a command line or the bus.
     void ownScheme()
     {
-        QFETCH(QString, text);
-        QFETCH(bool, accepted);
-        QCOMPARE(isCallbackUrl(text), accepted);
+        for (const char *own :
+             {"mireopulse://auth#access_token=a", "MIREOPULSE://open", "mireopulse:"})
+            QVERIFY2(isCallbackUrl(QString::fromLatin1(own)), own);
+        for (const char *other :
+             {"https://example.com", "file:///etc/passwd", "mireopulse://a b", ""})
+            QVERIFY2(!isCallbackUrl(QString::fromLatin1(other)), other);
     }
 };
 

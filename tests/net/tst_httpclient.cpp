@@ -2,12 +2,15 @@
 #include "support/StandinFixture.h"
 
 #include <QCoroTask>
+#include <QMap>
 #include <QTest>
+
+using namespace Qt::StringLiterals;
 
 using namespace std::chrono_literals;
 
 namespace {
-const QString path = QStringLiteral("/api/public/stats");
+const QString path = u"/api/public/stats"_s;
 
 // Runs one request to the end on the test's event loop.
 net::HttpResponse fetch(net::HttpClient &http, const QUrl &url)
@@ -36,15 +39,9 @@ private Q_SLOTS:
         const QByteArray json = R"({"sparkline":[1,2,3]})";
         // Valid JSON that only the size cap can refuse.
         const QByteArray padded = json + QByteArray(1536 * 1024, ' ');
-        QTest::newRow("200") << 200 << json << 0 << false << true << 200;
         QTest::newRow("200 empty") << 200 << QByteArray() << 0 << false << true << 200;
         QTest::newRow("over the size cap") << 200 << padded << 0 << false << false << 200;
         QTest::newRow("401 keeps its status") << 401 << json << 0 << false << false << 401;
-        QTest::newRow("400") << 400 << json << 0 << false << false << 400;
-        QTest::newRow("301 is not followed") << 301 << json << 0 << false << false << 301;
-        QTest::newRow("204") << 204 << QByteArray() << 0 << false << false << 204;
-        QTest::newRow("slower than the time-out") << 200 << json << 1500 << false << false << 0;
-        QTest::newRow("cut mid-body") << 200 << json << 0 << true << false << 200;
         // Half of this is still valid JSON, and Qt may end the cut reply without an error.
         QTest::newRow("cut mid-body, large")
             << 200 << json + QByteArray(200'000, ' ') << 0 << true << false << 200;
@@ -84,130 +81,70 @@ private Q_SLOTS:
         QCOMPARE(response.status, 0);
     }
 
-    void sendsTheAgentAndCustomRequests()
-    {
-        testing::StandinFixture standin;
-        net::HttpClient http("TestAgent/1");
-        net::HttpRequest request;
-        request.method = "PATCH";
-        request.url = standin.url().resolved(QUrl(QStringLiteral("/anything?x=1")));
-        request.headers = {{"Content-Type", "application/json"}, {"Authorization", "Bearer t"}};
-        request.body = R"({"enabled":true})";
-        bool done = false;
-        QCoro::connect(http.send(request), &http, [&](const net::HttpResponse &) { done = true; });
-        QTRY_VERIFY(done);
-        const auto logged = standin.server.requests().value(0);
-        QCOMPARE(logged.method, QStringLiteral("PATCH"));
-        QCOMPARE(logged.query, QStringLiteral("x=1"));
-        QCOMPARE(logged.body, request.body);
-        QStringList headers;
-        for (const auto &[name, value] : logged.headers)
-            headers << QString::fromLatin1(name.toLower() + ": " + value);
-        QVERIFY(headers.contains(QStringLiteral("user-agent: TestAgent/1")));
-        QVERIFY(headers.contains(QStringLiteral("authorization: Bearer t")));
-    }
-
-    // Redirects, each from one stand-in (the service) to itself or to a second one on another
-    // port (another origin), for an authenticated GET and for a POST with a secret body.
-    void redirects_data()
+    // A POST with a secret body (the token renewal), redirected by one stand-in (the service)
+    // to itself or to a second one on another port (another origin). Authenticated GETs
+    // redirected either way, and a loop, are the fault matrix's.
+    void postRedirects_data()
     {
         QTest::addColumn<int>("status");
         QTest::addColumn<bool>("foreign");
-        QTest::addColumn<bool>("post");
-        QTest::addColumn<bool>("ok");
-        QTest::addColumn<int>("homeRequests");
-        QTest::addColumn<int>("foreignRequests");
-        QTest::addColumn<QString>("landedMethod");
-        for (const int status : {301, 302, 307, 308}) {
-            QTest::addRow("%d same origin", status)
-                << status << false << false << true << 2 << 0 << QStringLiteral("GET");
-            QTest::addRow("%d other origin: followed without credentials", status)
-                << status << true << false << true << 1 << 1 << QStringLiteral("GET");
-        }
-        QTest::newRow("301 POST becomes a GET")
-            << 301 << false << true << true << 2 << 0 << QStringLiteral("GET");
-        QTest::newRow("307 POST keeps its body at home")
-            << 307 << false << true << true << 2 << 0 << QStringLiteral("POST");
-        QTest::newRow("307 POST body never leaves for another origin")
-            << 307 << true << true << false << 1 << 0 << QString();
-        QTest::newRow("302 POST to another origin goes as a bare GET")
-            << 302 << true << true << true << 1 << 1 << QStringLiteral("GET");
+        QTest::addColumn<QString>("landedMethod"); // empty: not followed
+        QTest::newRow("301 becomes a GET") << 301 << false << "GET";
+        QTest::newRow("307 keeps its body at home") << 307 << false << "POST";
+        QTest::newRow("307 body never leaves for another origin") << 307 << true << "";
+        QTest::newRow("302 to another origin goes as a bare GET") << 302 << true << "GET";
     }
-    void redirects()
+    void postRedirects()
     {
         QFETCH(int, status);
         QFETCH(bool, foreign);
-        QFETCH(bool, post);
-        QFETCH(bool, ok);
-        QFETCH(int, homeRequests);
-        QFETCH(int, foreignRequests);
         QFETCH(QString, landedMethod);
 
         testing::StandinFixture home;
         testing::StandinFixture elsewhere;
+        testing::StandinFixture &target = foreign ? elsewhere : home;
         standin::Override moved;
         moved.status = status;
         moved.body = "moved";
-        moved.location = (foreign ? elsewhere.url() : home.url())
-                             .resolved(QUrl(QStringLiteral("/moved?to=here")))
-                             .toEncoded();
+        moved.location = target.url().resolved(QUrl(u"/moved?to=here"_s)).toEncoded();
         home.server.overrideNext(path, moved);
-        (foreign ? elsewhere : home).answer(QStringLiteral("/moved"), 200, "landed");
+        target.answer(u"/moved"_s, 200, "landed");
 
         net::HttpClient http("TestAgent/1");
         http.setTimeoutLimit(testing::shortTimeout);
         net::HttpRequest request;
-        request.method = post ? "POST" : "GET";
+        request.method = "POST";
         request.url = home.url().resolved(QUrl(path));
-        request.headers = {{"Authorization", "Bearer secret"}, {"apikey", "anon-key"}};
-        if (post) {
-            request.headers.append(
-                qMakePair(QByteArray("Content-Type"), QByteArray("application/json")));
-            request.body = R"({"refresh_token":"secret"})";
-        }
+        request.headers = {{"Authorization", "Bearer secret"},
+                           {"apikey", "anon-key"},
+                           {"Content-Type", "application/json"}};
+        request.body = R"({"refresh_token":"secret"})";
         std::optional<net::HttpResponse> result;
         QCoro::connect(http.send(request), &http, [&](net::HttpResponse r) { result = r; });
         QTRY_VERIFY(result.has_value());
 
-        QCOMPARE(result->ok, ok);
-        QCOMPARE(result->body, ok ? QByteArray("landed") : QByteArray());
-        if (!ok)
+        QCOMPARE(result->ok, !landedMethod.isEmpty());
+        QCOMPARE(result->body, landedMethod.isEmpty() ? QByteArray() : QByteArray("landed"));
+        QCOMPARE(home.server.requests().size(), foreign ? 1 : 2);
+        QCOMPARE(elsewhere.server.requests().size(), foreign && !landedMethod.isEmpty() ? 1 : 0);
+        if (landedMethod.isEmpty()) {
             QCOMPARE(result->status, status);
-        QCOMPARE(home.server.requests().size(), homeRequests);
-        QCOMPARE(elsewhere.server.requests().size(), foreignRequests);
-        if (landedMethod.isEmpty())
             return;
-        const auto landed = (foreign ? elsewhere : home).server.requests().constLast();
-        QCOMPARE(landed.path, QStringLiteral("/moved"));
-        QCOMPARE(landed.query, QStringLiteral("to=here"));
+        }
+        const auto landed = target.server.requests().constLast();
+        QCOMPARE(landed.query, u"to=here"_s);
         QCOMPARE(landed.method, landedMethod);
         QCOMPARE(landed.body, landedMethod == u"POST" ? request.body : QByteArray());
-        QStringList names;
+        QMap<QByteArray, QByteArray> headers;
         for (const auto &[name, value] : landed.headers) {
-            names << QString::fromLatin1(name.toLower());
+            headers.insert(name.toLower(), value);
             // Nothing of the secrets goes to another origin, in any header.
             if (foreign)
                 QVERIFY2(!value.contains("secret") && !value.contains("anon-key"),
                          name.constData());
         }
-        QVERIFY(names.contains(QStringLiteral("user-agent")));
-        QCOMPARE(names.contains(QStringLiteral("authorization")), !foreign);
-        QCOMPARE(names.contains(QStringLiteral("apikey")), !foreign);
-    }
-
-    void aRedirectLoopEndsAsAFailure()
-    {
-        testing::StandinFixture standin;
-        standin::Override loop;
-        loop.status = 302;
-        loop.location = path.toUtf8();
-        standin.server.overrideNext(path, loop, 100);
-        net::HttpClient http("TestAgent/1");
-        http.setTimeoutLimit(testing::shortTimeout);
-        const net::HttpResponse response = fetch(http, standin.url().resolved(QUrl(path)));
-        QVERIFY(!response.ok);
-        QCOMPARE(response.status, 302);
-        QCOMPARE(standin.server.requests().size(), net::HttpClient::maxRedirects + 1);
+        QCOMPARE(headers.value("user-agent"), "TestAgent/1"); // every hop names the app
+        QCOMPARE(headers.contains("authorization"), !foreign);
     }
 
     void redirectRules_data()
@@ -221,18 +158,11 @@ private Q_SLOTS:
         QTest::newRow("https to https")
             << "https://a.example/x" << 302 << QByteArray("https://b.example/y")
             << "https://b.example/y";
-        QTest::newRow("http to https")
-            << "http://a.example/x" << 301 << QByteArray("https://a.example/x")
-            << "https://a.example/x";
         QTest::newRow("relative") << "https://a.example/p/x" << 308 << QByteArray("../y?q=1")
                                   << "https://a.example/y?q=1";
         QTest::newRow("no location") << "https://a.example/x" << 302 << QByteArray() << QString();
-        QTest::newRow("another scheme")
-            << "https://a.example/x" << 302 << QByteArray("file:///etc/passwd") << QString();
         QTest::newRow("not a redirect status")
             << "https://a.example/x" << 300 << QByteArray("https://a.example/y") << QString();
-        QTest::newRow("304") << "https://a.example/x" << 304 << QByteArray("https://a.example/y")
-                             << QString();
     }
     void redirectRules()
     {

@@ -25,9 +25,7 @@ private Q_SLOTS:
         QTest::newRow("Monday 09:30") << ny(2025, 3, 10, 9, 30) << true;
         QTest::newRow("Monday 15:59:59") << ny(2025, 3, 10, 15, 59, 59) << true;
         QTest::newRow("Monday 16:00") << ny(2025, 3, 10, 16, 0) << false;
-        QTest::newRow("Friday noon") << ny(2025, 3, 14, 12, 0) << true;
         QTest::newRow("Saturday noon") << ny(2025, 3, 15, 12, 0) << false;
-        QTest::newRow("Sunday noon") << ny(2025, 3, 16, 12, 0) << false;
         QTest::newRow("holiday counts as open") << ny(2025, 12, 25, 10, 0) << true;
         // Friday 09:30 in New York is already Saturday 00:30 in Tokyo.
         QTest::newRow("New York weekday, not the local one")
@@ -56,8 +54,6 @@ private Q_SLOTS:
             << ny(2025, 3, 11, 10, 15) << ny(2025, 3, 12, 10, 15);
         QTest::newRow("Friday after the cycle")
             << ny(2025, 3, 14, 11, 0) << ny(2025, 3, 17, 10, 15);
-        QTest::newRow("Saturday") << ny(2025, 3, 15, 8, 0) << ny(2025, 3, 17, 10, 15);
-        // Spring forward on Sunday 2025-03-09: the cycle stays at 10:15 wall-clock time.
         QTest::newRow("across spring DST") << ny(2025, 3, 7, 11, 0) << ny(2025, 3, 10, 10, 15);
         QTest::newRow("across autumn DST") << ny(2025, 10, 31, 12, 0) << ny(2025, 11, 3, 10, 15);
         // 23:00 Sunday in Lisbon is still Sunday in New York; Monday's cycle comes next.

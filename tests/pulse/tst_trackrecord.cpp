@@ -1,7 +1,6 @@
 #include "pulse/TrackRecord.h"
 
 #include <QTest>
-#include <cmath>
 
 // A QVariant column: invalid means "absent".
 static QVariant absent()
@@ -28,8 +27,6 @@ private Q_SLOTS:
             "name":"a"},{"positions":4}],"last_update":"2025-03-07T14:30:05.123Z","extra":[1]})";
         QTest::newRow("full") << full << true << true << QVariant(12.345) << QVariant(-1.5)
                               << qint64(7) << "2025-03-07T14:30:05.123Z";
-        QTest::newRow("only has_data") << QByteArray(R"({"has_data":true})") << true << true
-                                       << absent() << absent() << qint64(0) << "";
         QTest::newRow("has_data absent counts as false")
             << QByteArray("{}") << true << false << absent() << absent() << qint64(0) << "";
         QTest::newRow("null and empty accounts sum what is there")
@@ -56,13 +53,11 @@ private Q_SLOTS:
         broken("number for a boolean", R"({"has_data":1})");
         broken("number for a timestamp", R"({"last_update":1741357805})");
         broken("unused equity still typed", R"({"consolidated":{"total_equity":"lots"}})");
-        broken("object for the accounts", R"({"accounts":{"positions":1}})");
         broken("null account", R"({"accounts":[null]})");
-        broken("integer out of range", R"({"accounts":[{"positions":1e19}]})");
         broken("unsigned out of range", R"({"accounts":[{"positions":9223372036854775808}]})");
+        broken("integer out of range", R"({"accounts":[{"positions":1e19}]})");
         broken("number too large for a double", R"({"consolidated":{"return_pct":1e400}})");
         broken("bad UTF-8 in a string", "{\"last_update\":\"\xff\"}");
-        broken("array for consolidated", R"({"consolidated":[]})");
         broken("top level array", "[]");
         broken("not JSON", "<html>502 Bad Gateway</html>");
         broken("empty", "");
@@ -93,13 +88,6 @@ private Q_SLOTS:
         QCOMPARE(time ? time->toString(Qt::ISODateWithMs) : QString(), lastUpdate);
     }
 
-    void negativeZeroKeepsItsSign()
-    {
-        const auto record = decodeTrackRecord(R"({"consolidated":{"return_pct":-0.0}})");
-        QVERIFY(record && record->returnPct());
-        QVERIFY(std::signbit(*record->returnPct()));
-    }
-
     void decodesStats_data()
     {
         QTest::addColumn<QByteArray>("body");
@@ -107,9 +95,7 @@ private Q_SLOTS:
         QTest::addColumn<int>("length"); // -1: no series
 
         QTest::newRow("series") << QByteArray(R"({"sparkline":[1,2.5,-3]})") << true << 3;
-        QTest::newRow("empty series") << QByteArray(R"({"sparkline":[]})") << true << 0;
         QTest::newRow("empty object") << QByteArray("{}") << true << -1;
-        QTest::newRow("null series") << QByteArray(R"({"sparkline":null})") << true << -1;
         QTest::newRow("string inside") << QByteArray(R"({"sparkline":[1,"2"]})") << false << -1;
         QTest::newRow("null inside") << QByteArray(R"({"sparkline":[1,null,3]})") << false << -1;
         QTest::newRow("not an array") << QByteArray(R"({"sparkline":5})") << false << -1;

@@ -1,140 +1,118 @@
-#include "standin/StandinClient.h"
+#include "support/StandinFixture.h"
 
 #include <QJsonArray>
-#include <QTest>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QNetworkAccessManager>
+#include <QNetworkProxy>
+#include <QNetworkReply>
+#include <QRegularExpression>
+#include <QSignalSpy>
 #include <QTimeZone>
+#include <QUrlQuery>
 
 using namespace Qt::StringLiterals;
 
-namespace {
-const QString kTrack = u"/api/public/track-record"_s;
-const QString kStats = u"/api/public/stats"_s;
-const QDateTime kStart(QDate(2025, 3, 7), QTime(14, 30, 5, 123), QTimeZone::utc());
-} // namespace
-
+// What the demo and the app's tests lean on and no app test shows: the book moves, a refresh
+// token works once, and the sign-in page's link carries a working session back to the app.
 class TstStandin : public QObject
 {
     Q_OBJECT
 
-    testing::StandinRig m_rig;
+    std::unique_ptr<testing::StandinFixture> m_standin;
+    QNetworkAccessManager m_nam;
+    QDateTime m_now;
 
-    testing::Answer fetch(const QString &request, const QByteArray &body = {})
+    // `request` is "VERB /path?query", or just the path for a GET.
+    std::pair<int, QByteArray> fetch(const QString &request, const QByteArray &body = {},
+                                     const QByteArray &header = {}, const QByteArray &value = {})
     {
-        return m_rig.fetch(request, body);
+        QNetworkRequest http(m_standin->url().resolved(QUrl(request.section(u' ', -1))));
+        http.setHeader(QNetworkRequest::ContentTypeHeader, "application/json"_ba);
+        if (!header.isEmpty())
+            http.setRawHeader(header, value);
+        const QByteArray verb =
+            request.contains(u' ') ? request.section(u' ', 0, 0).toLatin1() : "GET"_ba;
+        std::unique_ptr<QNetworkReply> reply(m_nam.sendCustomRequest(http, verb, body));
+        QSignalSpy finished(reply.get(), &QNetworkReply::finished);
+        if (!reply->isFinished())
+            (void)finished.wait(3000);
+        return {reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(),
+                reply->readAll()};
+    }
+    QJsonObject json(const QString &request)
+    {
+        return QJsonDocument::fromJson(fetch(request).second).object();
+    }
+    std::pair<int, QJsonObject> grant(const QString &refreshToken, const QByteArray &key)
+    {
+        const auto [status, body] =
+            fetch(u"POST /auth/v1/token?grant_type=refresh_token"_s,
+                  "{\"refresh_token\":\"" + refreshToken.toLatin1() + "\"}", "apikey", key);
+        return {status, QJsonDocument::fromJson(body).object()};
+    }
+    int portfolio(const QString &accessToken)
+    {
+        return fetch(u"/api/mobile/portfolio"_s, {}, "Authorization",
+                     "Bearer " + accessToken.toLatin1())
+            .first;
     }
 
 private Q_SLOTS:
-    void init() { QVERIFY(m_rig.start(kStart)); }
-
-    void publicBodiesHaveWireTypes()
+    void init()
     {
-        const testing::Answer answer = fetch(kTrack);
-        QCOMPARE(answer.contentType, "application/json");
-        const QJsonObject track = answer.json();
-        QCOMPARE(track.value(u"has_data"_s), QJsonValue(true));
-        QCOMPARE(track.value(u"last_update"_s), QJsonValue(u"2025-03-07T14:30:05.123Z"_s));
-        QCOMPARE(testing::shape(track),
-                 u"{accounts:[{equity:n,name:s,positions:n}],consolidated:{return_pct:n,"
-                 u"return_vs_spy_pct:n,total_equity:n},has_data:b,last_update:s}"_s);
-        QCOMPARE(track[u"accounts"_s].toArray().size(), 3);
-        for (const QJsonValue &account : track[u"accounts"_s].toArray()) // whole numbers
-            QVERIFY(account[u"positions"_s].toInteger(-1) >= 0);
-        const QJsonArray sparkline = fetch(kStats).json().value(u"sparkline"_s).toArray();
-        QCOMPARE(sparkline.size(), 40);
-        QCOMPARE(sparkline.last(), track[u"consolidated"_s][u"return_pct"_s]); // newest last
+        m_nam.setProxy(QNetworkProxy::NoProxy);
+        m_standin = std::make_unique<testing::StandinFixture>();
+        m_now = QDateTime(QDate(2025, 3, 7), QTime(14, 30), QTimeZone::utc());
+        m_standin->server.book().setClock([this] { return m_now; });
     }
 
-    void advanceShiftsTheSparkline()
+    void theBookMoves()
     {
-        const QJsonArray before = fetch(kStats).json().value(u"sparkline"_s).toArray();
-        QCOMPARE(fetch(u"POST /_standin/advance"_s, R"({"steps": 3})").json()[u"step"_s],
-                 QJsonValue(3));
-        const QJsonArray after = fetch(kStats).json().value(u"sparkline"_s).toArray();
+        const auto sparkline = [this] {
+            return json(u"/api/public/stats"_s).value(u"sparkline"_s).toArray();
+        };
+        const QJsonArray before = sparkline();
+        QCOMPARE(fetch(u"POST /_standin/advance"_s, R"({"steps": 3})").first, 200);
+        const QJsonArray after = sparkline();
         QCOMPARE(after.size(), before.size());
         QCOMPARE(after.at(0), before.at(3));
+        QVERIFY(after.last() != before.last());
+        QCOMPARE(json(u"/api/public/track-record"_s)[u"consolidated"_s][u"return_pct"_s],
+                 after.last()); // newest last
     }
 
-    void overrideReplacesTheNextAnswer_data()
+    void aRefreshTokenWorksOnce()
     {
-        QTest::addColumn<QByteArray>("control"); // the keys after "path"
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QByteArray>("contentType");
-        QTest::addColumn<QByteArray>("body");
-        QTest::newRow("error") << R"("status":500,"body":"{}")"_ba << 500 << "application/json"_ba
-                               << "{}"_ba;
-        QTest::newRow("repeated") << R"("body":"ab","repeat":3,"contentType":"text/csv")"_ba << 200
-                                  << "text/csv"_ba
-                                  << "ababab"_ba;
-        QTest::newRow("base64") << R"("bodyBase64":"AAEC","status":503,"contentType":"")"_ba << 503
-                                << ""_ba
-                                << "\x00\x01\x02"_ba;
-    }
-    void overrideReplacesTheNextAnswer()
-    {
-        QFETCH(QByteArray, control);
-        QFETCH(int, status);
-        QFETCH(QByteArray, contentType);
-        QFETCH(QByteArray, body);
-        const testing::Answer queued =
-            fetch(u"POST /_standin/override"_s, R"({"path":"/api/public/stats",)" + control + '}');
-        QCOMPARE(queued.json().value(u"queued"_s), QJsonValue(1));
-        const testing::Answer answer = fetch(kStats);
-        QCOMPARE(answer.status, status);
-        QCOMPARE(answer.contentType, contentType);
-        QCOMPARE(answer.body, body);
-        QCOMPARE(fetch(kStats).status, 200); // only the next one
+        const standin::Session session = m_standin->server.issueSession(120);
+        const auto [status, renewed] = grant(session.refreshToken, MIREO_STANDIN_ANON_KEY);
+        QCOMPARE(status, 200);
+        const QString access = renewed.value(u"access_token"_s).toString();
+        const QString refresh = renewed.value(u"refresh_token"_s).toString();
+        QVERIFY(!access.isEmpty() && refresh != session.refreshToken);
+        QCOMPARE(portfolio(access), 200);
+        QCOMPARE(grant(session.refreshToken, MIREO_STANDIN_ANON_KEY).first, 400); // spent
+        m_now = m_now.addSecs(120);
+        QCOMPARE(portfolio(access), 401);
+        QCOMPARE(grant(refresh, "wrong key").first, 401);
+        QCOMPARE(grant(refresh, MIREO_STANDIN_ANON_KEY).first, 200); // renews after expiry
     }
 
-    void overridesQueueAndReset()
+    void theSignInPageLinksBackWithASession()
     {
-        m_rig.server->overrideNext(kTrack, {.status = 500}, 2);
-        m_rig.server->overrideNext(kTrack, {.status = 404});
-        m_rig.server->overrideNext(u"api/public/stats"_s, {.status = 503}); // slash added
-        QCOMPARE(fetch(kStats).status, 503);
-        for (const int status : {500, 500, 404, 200})
-            QCOMPARE(fetch(kTrack).status, status);
-        QCOMPARE(fetch(u"DELETE /_standin/requests"_s).json().value(u"cleared"_s), QJsonValue(5));
-        m_rig.server->overrideNext(kTrack, {.status = 500});
-        QCOMPARE(fetch(u"POST /_standin/reset"_s).status, 200);
-        QCOMPARE(fetch(kTrack).status, 200);
-        QCOMPARE(m_rig.server->requests().size(), 1);
-    }
-
-    void requestLog()
-    {
-        fetch(u"POST /api/public/stats?since=2025-01-01&q=a%20b"_s, R"({"a":1})");
-        const QJsonArray logged =
-            QJsonDocument::fromJson(fetch(u"/_standin/requests"_s).body).array();
-        QCOMPARE(logged.size(), 1); // control calls are not logged
-        const QJsonObject entry = logged.first().toObject();
-        QCOMPARE(entry.value(u"method"_s), QJsonValue(u"POST"_s));
-        QCOMPARE(entry.value(u"path"_s), QJsonValue(kStats));
-        QCOMPARE(entry.value(u"query"_s), QJsonValue(u"since=2025-01-01&q=a%20b"_s));
-        QCOMPARE(entry.value(u"body"_s), QJsonValue(u"{\"a\":1}"_s));
-        QCOMPARE(entry[u"headers"_s][u"user-agent"_s], QJsonValue(u"MireoPulseTest/1.0"_s));
-    }
-
-    void errorsAnswerJson_data()
-    {
-        QTest::addColumn<QString>("request");
-        QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<int>("status");
-        const QString queue = u"POST /_standin/override"_s;
-        QTest::newRow("not json") << queue << "{path:"_ba << 400;
-        QTest::newRow("steps back") << u"POST /_standin/advance"_s << R"({"steps": -1})"_ba << 400;
-        QTest::newRow("nowhere") << u"GET /api/public"_s << ""_ba << 404;
-        QTest::newRow("wrong method") << u"POST /api/public/stats"_s << ""_ba << 405;
-    }
-    void errorsAnswerJson()
-    {
-        QFETCH(QString, request);
-        QFETCH(QByteArray, body);
-        QFETCH(int, status);
-        const testing::Answer answer = fetch(request, body);
-        QCOMPARE(answer.status, status);
-        QVERIFY(answer.json().value(u"error"_s).isString());
-        QCOMPARE(fetch(u"/t"_s).status, 404); // a rejected override queues nothing
-        QCOMPARE(m_rig.server->book().step(), qint64(0));
+        const auto [status, page] =
+            fetch(u"/auth/v1/authorize?provider=google&redirect_to=mireopulse://auth"_s);
+        QCOMPARE(status, 200);
+        static const QRegularExpression link(u"<a id=\"continue\" href=\"([^\"]*)\">"_s);
+        const QUrl url(link.match(QString::fromUtf8(page)).captured(1).replace(u"&amp;"_s, u"&"_s));
+        QCOMPARE(url.toString(QUrl::RemoveFragment), u"mireopulse://auth"_s);
+        const QUrlQuery items(url.fragment(QUrl::FullyEncoded));
+        QCOMPARE(portfolio(items.queryItemValue(u"access_token"_s)), 200);
+        QCOMPARE(grant(items.queryItemValue(u"refresh_token"_s), MIREO_STANDIN_ANON_KEY).first,
+                 200);
+        // Nobody's session goes to another address.
+        QCOMPARE(fetch(u"/auth/v1/authorize?provider=google&redirect_to=https://e.com/"_s).first,
+                 400);
     }
 };
 
