@@ -84,11 +84,10 @@ private Q_SLOTS:
         QTest::addColumn<QString>("keys");
         QTest::addColumn<int>("activations");
         const QList<std::tuple<const char *, const char *, const char *, int>> rows{
-            {"", "alt+shift+k", "alt+shift+k", 1},
-            {"", "alt+shift+k", "Caps_Lock alt+shift+k Caps_Lock", 1},
-            {"", "alt+shift+k", "Num_Lock alt+shift+k Num_Lock", 1},
-            {"", "alt+shift+k", "Caps_Lock Num_Lock alt+shift+k Caps_Lock Num_Lock", 1},
-            {"", "alt+shift+k", "alt+shift+k alt+shift+k", 2},
+            {"", "alt+shift+k",
+             "alt+shift+k Caps_Lock alt+shift+k Caps_Lock Num_Lock alt+shift+k Num_Lock Caps_Lock "
+             "Num_Lock alt+shift+k Caps_Lock Num_Lock alt+shift+k",
+             5},
             {"", "alt+shift+k", "alt+k shift+k ctrl+alt+shift+k alt+shift+j", 0},
             {"-layout us -variant dvorak", "alt+shift+t", "alt+shift+k", 0},
             {"-layout ru", "alt+shift+Cyrillic_el", "Caps_Lock alt+shift+Cyrillic_el Caps_Lock", 1},

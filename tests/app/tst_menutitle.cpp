@@ -22,35 +22,27 @@ private Q_SLOTS:
         QTest::addColumn<std::optional<double>>("baseline");
         QTest::addColumn<QString>("title");
 
-        const std::optional<double> none;
-        const QString pub = u"M +12.3%"_s;
-        QTest::newRow("book") << u"book"_s << true << std::optional(10500.0) << std::optional(1.0)
-                              << std::optional(10000.0) << pub;
-        QTest::newRow("unknown metric") << u"equity"_s << true << std::optional(10500.0)
-                                        << std::optional(1.0) << std::optional(10000.0) << pub;
-        QTest::newRow("pct") << u"pct"_s << true << std::optional(10500.0) << none
-                             << std::optional(10000.0) << u"M +5.00%"_s;
-        QTest::newRow("pct baseline 0")
-            << u"pct"_s << true << std::optional(10500.0) << none << std::optional(0.0) << pub;
-        QTest::newRow("pct signed out") << u"pct"_s << false << none << none << none << pub;
-        QTest::newRow("pct no equity")
-            << u"pct"_s << true << none << none << std::optional(10000.0) << pub;
-        QTest::newRow("pct baseline negative")
-            << u"pct"_s << true << std::optional(10500.0) << none << std::optional(-5.0) << pub;
-        QTest::newRow("pnl loss") << u"pnl"_s << true << none << std::optional(-125.4) << none
-                                  << u"M -$125"_s;
-        QTest::newRow("pnl small loss")
-            << u"pnl"_s << true << none << std::optional(-0.3) << none << u"M -$0"_s;
-        QTest::newRow("pnl half rounds to even")
-            << u"pnl"_s << true << none << std::optional(2.5) << none << u"M +$2"_s;
-        QTest::newRow("pnl no grouping")
-            << u"pnl"_s << true << none << std::optional(1234567.0) << none << u"M +$1234567"_s;
-        QTest::newRow("pnl missing")
-            << u"pnl"_s << true << std::optional(1.0) << none << std::optional(1.0) << pub;
-        QTest::newRow("pnlTotal") << u"pnlTotal"_s << true << std::optional(12340.0) << none
-                                  << std::optional(10000.0) << u"M +$2340"_s;
-        QTest::newRow("pnlTotal baseline 0")
-            << u"pnlTotal"_s << true << std::optional(9000.0) << none << std::optional(0.0) << pub;
+        // A null title: the public one.
+        const auto row = [](const char *name, const char *metric, bool signedIn,
+                            std::optional<double> equity, std::optional<double> todayPnl,
+                            std::optional<double> baseline, const char *title) {
+            QTest::newRow(name) << QString::fromLatin1(metric) << signedIn << equity << todayPnl
+                                << baseline << QString::fromUtf8(title ? title : "M +12.3%");
+        };
+        row("book", "book", true, 10500.0, 1.0, 10000.0, nullptr);
+        row("unknown metric", "equity", true, 10500.0, 1.0, 10000.0, nullptr);
+        row("pct", "pct", true, 10500.0, {}, 10000.0, "M +5.00%");
+        row("pct baseline 0", "pct", true, 10500.0, {}, 0.0, nullptr);
+        row("pct signed out", "pct", false, {}, {}, {}, nullptr);
+        row("pct no equity", "pct", true, {}, {}, 10000.0, nullptr);
+        row("pct baseline negative", "pct", true, 10500.0, {}, -5.0, nullptr);
+        row("pnl loss", "pnl", true, {}, -125.4, {}, "M -$125");
+        row("pnl small loss", "pnl", true, {}, -0.3, {}, "M -$0");
+        row("pnl half rounds to even", "pnl", true, {}, 2.5, {}, "M +$2");
+        row("pnl no grouping", "pnl", true, {}, 1234567.0, {}, "M +$1234567");
+        row("pnl missing", "pnl", true, 1.0, {}, 1.0, nullptr);
+        row("pnlTotal", "pnlTotal", true, 12340.0, {}, 10000.0, "M +$2340");
+        row("pnlTotal baseline 0", "pnlTotal", true, 9000.0, {}, 0.0, nullptr);
     }
     void title()
     {

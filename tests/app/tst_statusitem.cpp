@@ -8,7 +8,6 @@
 #include <QCursor>
 #include <QDBusArgument>
 #include <QDBusPendingCall>
-#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -93,43 +92,6 @@ private Q_SLOTS:
         sni::registerTypes();
     }
 
-    // Hosts build their proxies from the introspection data: the signatures must be exact.
-    void introspectedSignatures_data()
-    {
-        QTest::addColumn<QString>("element"); // "kind name signature"
-        for (const char *element :
-             {"property IconPixmap a(iiay)", "property ToolTip (sa(iiay)ss)", "property WindowId i",
-              "property ItemIsMenu b", "property XAyatanaLabel s", "method Activate ii",
-              "method ContextMenu ii", "method Scroll is", "signal NewTitle ",
-              "signal XAyatanaNewLabel ss", "signal NewStatus s"})
-            QTest::newRow(element) << QString::fromLatin1(element);
-    }
-    void introspectedSignatures()
-    {
-        QFETCH(QString, element);
-        const QString kind = element.section(u' ', 0, 0), name = element.section(u' ', 1, 1);
-        const auto d = desktop();
-        QVERIFY(d->show());
-        const QDBusMessage reply =
-            d->call(u"org.freedesktop.DBus.Introspectable"_s, u"Introspect"_s);
-        const QString xml = reply.arguments().value(0).toString();
-        const qsizetype start = xml.indexOf(u"<%1 name=\"%2\""_s.arg(kind, name));
-        QVERIFY2(start >= 0, qPrintable(name));
-        const QString tag = xml.mid(start, xml.indexOf(u'>', start) - start);
-        const QString body = tag.endsWith(u'/')
-                                 ? QString()
-                                 : xml.mid(start, xml.indexOf(u"</"_s + kind, start) - start);
-        static const QRegularExpression type(u"type=\"([^\"]*)\""_s);
-        static const QRegularExpression arg(u"<arg [^>]*>"_s);
-        QString found = kind == u"property" ? type.match(tag).captured(1) : QString();
-        // Signals only have arguments going out; methods list their replies as out.
-        for (const QRegularExpressionMatch &m :
-             arg.globalMatch(kind == u"property" ? QString() : body))
-            if (kind == u"signal" || !m.captured().contains(u"direction=\"out\""))
-                found += type.match(m.captured()).captured(1);
-        QCOMPARE(found, element.section(u' ', 2));
-    }
-
     void titleChangesAreAnnouncedOnce()
     {
         const auto d = desktop(u"M·"_s);
@@ -176,10 +138,11 @@ private Q_SLOTS:
         QCOMPARE(heard.titles, 2);
     }
 
-    // Clicks arrive where the host says; a host that says (0, 0) gets the cursor's place.
-    void activation()
+    // Clicks arrive where the host says; a host that says (0, 0) gets the cursor's place. A
+    // panel that crashes and comes back finds the item registered with it again.
+    void activationAndPanelRestart()
     {
-        const auto d = desktop();
+        const auto d = desktop(u"M +1.0%"_s);
         QVERIFY(d->show());
         QSignalSpy activated(&d->item, &StatusItem::activated);
         QCOMPARE(d->call(kItem, u"ContextMenu"_s, {40, 1060}).type(), QDBusMessage::ReplyMessage);
@@ -187,13 +150,7 @@ private Q_SLOTS:
         QCOMPARE(activated.count(), 2);
         QCOMPARE(activated.at(0).at(0).toPoint(), QPoint(40, 1060));
         QCOMPARE(activated.at(1).at(0).toPoint(), QCursor::pos());
-    }
 
-    // A panel that crashes and comes back finds the item registered with it again.
-    void registersAgainWhenThePanelRestarts()
-    {
-        const auto d = desktop(u"M +1.0%"_s);
-        QVERIFY(d->show());
         QSignalSpy registered(&d->item, &StatusNotifierItem::registered);
         d->watcher.stop();
         QTRY_VERIFY(!d->item.isVisible());

@@ -11,10 +11,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
-
 using namespace std::chrono_literals;
-
-Q_DECLARE_METATYPE(std::optional<AppcastRelease>)
 
 namespace {
 const QString appcastPath = "/appcast.xml";
@@ -39,11 +36,6 @@ QByteArray item(const QByteArray &version, const QByteArray &shortVersion = {},
         text += "<link>" + link + "</link>";
     return text +
            R"(<enclosure url="https://example.com/pulse.tar.gz" length="1" type="application/octet-stream"/></item>)";
-}
-
-AppcastRelease release(const QString &version, const QString &display, const QString &page)
-{
-    return {version, display, page.isEmpty() ? std::nullopt : std::optional<QUrl>(QUrl(page))};
 }
 
 void finish(QCoro::Task<> task)
@@ -76,41 +68,36 @@ class TestUpdates : public QObject
 private Q_SLOTS:
     void init() { Defaults::shared().setString("app.language", "en"); }
 
+    // Expected: "version|display version|page", empty when the feed holds no release.
     void parsing_data()
     {
         QTest::addColumn<QByteArray>("xml");
-        QTest::addColumn<std::optional<AppcastRelease>>("expected");
-        using R = std::optional<AppcastRelease>;
-        QTest::newRow("good feed") << feed(item("42", "1.2.0"))
-                                   << R(release("42", "1.2.0", "https://example.com/download"));
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("good feed")
+            << feed(item("42", "1.2.0")) << "42|1.2.0|https://example.com/download";
         QTest::newRow("several items, newest not first")
             << feed(item("1.9") + item("1.10", {}, "https://example.com/1.10") + item("1.2"))
-            << R(release("1.10", "1.10", "https://example.com/1.10"));
+            << "1.10|1.10|https://example.com/1.10";
         QTest::newRow("version on the enclosure")
             << feed(
                    R"(<item><link>https://example.com/p</link><enclosure url="https://example.com/f"
                  sparkle:version="2.0" sparkle:shortVersionString="2.0 beta"/></item>)")
-            << R(release("2.0", "2.0 beta", "https://example.com/p"));
+            << "2.0|2.0 beta|https://example.com/p";
         QTest::newRow("no link: the enclosure")
-            << feed(item("3.0", {}, {}))
-            << R(release("3.0", "3.0", "https://example.com/pulse.tar.gz"));
-        QTest::newRow("a link that is no web page")
-            << feed(item("3.0", {}, "javascript:alert(1)"))
-            << R(release("3.0", "3.0", "https://example.com/pulse.tar.gz"));
-        QTest::newRow("not XML") << QByteArray(R"({"version":"9.9"})") << R();
-        QTest::newRow("cut off") << feed(item("9.0")).left(200) << R();
+            << feed(item("3.0", {}, {})) << "3.0|3.0|https://example.com/pulse.tar.gz";
+        QTest::newRow("a link that is no web page") << feed(item("3.0", {}, "javascript:alert(1)"))
+                                                    << "3.0|3.0|https://example.com/pulse.tar.gz";
+        QTest::newRow("not XML") << QByteArray(R"({"version":"9.9"})") << "";
+        QTest::newRow("cut off") << feed(item("9.0")).left(200) << "";
     }
     void parsing()
     {
         QFETCH(QByteArray, xml);
-        QFETCH(std::optional<AppcastRelease>, expected);
-        const std::optional<AppcastRelease> parsed = parseAppcast(xml);
-        QCOMPARE(parsed.has_value(), expected.has_value());
-        if (expected) {
-            QCOMPARE(parsed->version, expected->version);
-            QCOMPARE(parsed->displayVersion, expected->displayVersion);
-            QCOMPARE(parsed->page, expected->page);
-        }
+        QFETCH(QString, expected);
+        const std::optional<AppcastRelease> r = parseAppcast(xml);
+        const QStringList got{r ? r->version : QString(), r ? r->displayVersion : QString(),
+                              r ? r->page.value_or(QUrl()).toString() : QString()};
+        QCOMPARE(r ? got.join(u'|') : QString(), expected);
     }
 
     void ordering_data()
@@ -170,11 +157,8 @@ private Q_SLOTS:
         finish(c.checker.checkNow());
         QCOMPARE(c.checker.availableVersion(), std::optional<QString>("0.3"));
 
-        standin::Override answer;
-        answer.status = status;
-        answer.body = body;
-        answer.delayMs = delayMs;
-        c.standin.server.overrideNext(appcastPath, answer);
+        c.standin.server.overrideNext(appcastPath,
+                                      {.status = status, .body = body, .delayMs = delayMs});
         QSignalSpy checking(&c.checker, &UpdateChecker::checkingChanged);
         finish(c.checker.checkNow());
 
@@ -185,18 +169,6 @@ private Q_SLOTS:
         QVERIFY(!c.checker.checking());
         const UpdateNotice told = c.notices.last().at(0).value<UpdateNotice>();
         QCOMPARE(told.downloadPage.has_value(), notice.contains("0.2"));
-    }
-
-    // The release page opens only once a check has found one.
-    void theDownloadPageOpens()
-    {
-        Checker c;
-        c.checker.openDownloadPage();
-        QVERIFY(c.browser.opened.isEmpty());
-        c.standin.answer(appcastPath, 200, feed(item("0.2.0", {}, "https://example.com/0.2")));
-        finish(c.checker.checkNow());
-        c.checker.openDownloadPage();
-        QCOMPARE(c.browser.opened, QList<QUrl>{QUrl("https://example.com/0.2")});
     }
 
     // Silent unless there is news, and the same news only once.
