@@ -77,12 +77,9 @@ private Q_SLOTS:
         QFETCH(qint64, positions);
         QFETCH(QString, lastUpdate);
         QCOMPARE(record->hasData.value_or(false), hasData);
-        QCOMPARE(record->returnPct().has_value(), returnPct.isValid());
-        if (returnPct.isValid())
-            QCOMPARE(*record->returnPct(), returnPct.toDouble());
-        QCOMPARE(record->vsSpyPct().has_value(), vsSpyPct.isValid());
-        if (vsSpyPct.isValid())
-            QCOMPARE(*record->vsSpyPct(), vsSpyPct.toDouble());
+        const auto variant = [](std::optional<double> v) { return v ? QVariant(*v) : QVariant(); };
+        QCOMPARE(variant(record->returnPct()), returnPct);
+        QCOMPARE(variant(record->vsSpyPct()), vsSpyPct);
         QCOMPARE(record->openPositions(), positions);
         const auto time = record->lastUpdateTime();
         QCOMPARE(time ? time->toString(Qt::ISODateWithMs) : QString(), lastUpdate);

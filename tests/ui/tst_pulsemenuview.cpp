@@ -127,7 +127,8 @@ private Q_SLOTS:
         QCOMPARE(rendered.size(), 1);
     }
 
-    void badgeTicksOnlyWhileVisible()
+    // The badge ticks only while shown.
+    void shownView()
     {
         Stores stores;
         const auto view = stores.view();
@@ -150,14 +151,9 @@ private Q_SLOTS:
         stores.clock.set(stores.clock.now().addSecs(600));
         QTest::qWait(1300);
         QCOMPARE(badge(), u"as of 2 minutes ago"_s);
-    }
 
-    // A refused start at login leaves the box unticked; an answer to a question that comes
-    // after the window closed does nothing.
-    void refusedOrLateAnswersChangeNothing()
-    {
-        Stores stores;
-        const auto view = stores.view();
+        // A refused start at login leaves the box unticked; an answer to a question that comes
+        // after the window closed does nothing.
         view->show();
         QVERIFY(QTest::qWaitForWindowExposed(view.get()));
         named<QCheckBox>(*view, "startAtLogin")->click();
@@ -175,6 +171,7 @@ private Q_SLOTS:
         QVERIFY(!sheet->isVisible());
         QVERIFY(named<QPushButton>(*view, "pause")->isEnabled());
     }
+
     // The box mirrors the desktop's start at login when the view is made; the commands reach
     // the browser, the update check and the sign-in.
     void mirrorsAndCommands()
