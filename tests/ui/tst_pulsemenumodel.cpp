@@ -179,13 +179,7 @@ QString artifact(const QString &name)
 
 QString describeWidget(const QWidget *widget)
 {
-    QString text;
-    if (const auto *label = qobject_cast<const QLabel *>(widget))
-        text = label->text();
-    else if (const auto *button = qobject_cast<const QAbstractButton *>(widget))
-        text = button->text();
-    return QString::fromLatin1(widget->metaObject()->className()) + u' ' + widget->objectName() +
-           u" \""_s + text + u'"';
+    return QString::fromLatin1(widget->metaObject()->className()) + u' ' + widget->objectName();
 }
 
 // What a widget needs to show all of itself.
@@ -452,14 +446,10 @@ private Q_SLOTS:
         QFETCH(PulseMenuInput, input);
         QFETCH(QStringList, shows);
         const QStringList lines = describe(ui::pulseMenuModel(input));
-        for (const QString &expected : shows) {
-            if (!expected.startsWith(u'!'))
-                QVERIFY2(lines.contains(expected),
-                         qPrintable("missing: " + expected + "\n  " + lines.join("\n  ")));
-            for (const QString &shown : lines)
-                QVERIFY2(!expected.startsWith(u'!') || !shown.startsWith(expected.mid(1)),
-                         qPrintable("unexpected: " + shown));
-        }
+        for (const QString &expected : shows)
+            QVERIFY2(expected.startsWith(u'!') ? lines.filter(expected.mid(1)).isEmpty()
+                                               : lines.contains(expected),
+                     qPrintable(expected + "\n  " + lines.join("\n  ")));
 
         // Every state fits the column in both languages; the pictures are for people.
         if (input.confirmingPause || input.confirmingEnable)
@@ -487,9 +477,8 @@ private Q_SLOTS:
         dark.setColor(QPalette::Window, QColor(30, 30, 30));
         dark.setColor(QPalette::WindowText, Qt::white);
         host.setPalette(dark);
-        QVERIFY(ui::renderWidgetToPng(host, artifact(u"popover-dark"_s)));
+        const QImage image = host.grab().toImage();
         QSet<QRgb> shown;
-        const QImage image(artifact(u"popover-dark"_s));
         for (int y = 0; y < image.height(); ++y)
             for (int x = 0; x < image.width(); ++x)
                 shown.insert(image.pixel(x, y) | 0xff000000);
