@@ -88,7 +88,6 @@ private Q_SLOTS:
         QCOMPARE(store.lastUpdate(), base::flexible(u"2025-03-07T14:30:05.123Z"));
         QCOMPARE(store.fetchedAt(), rig.clock.now());
         QCOMPARE(store.lastError(), std::nullopt);
-        QVERIFY(!store.refreshing());
         QCOMPARE(store.sparkline(), range(15, 45));
         QCOMPARE(store.menuTitle(), u"M +12.3%"_s);
 

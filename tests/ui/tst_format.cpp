@@ -46,7 +46,6 @@ private Q_SLOTS:
         // Portuguese groups only from five digits on, with a no-break space.
         row("pt four digits", "money", "pt_PT", 1234.5, "$1234");
         row("pt five digits", "money", "pt_PT", 12345.0, "$12\u00a0345");
-        row("de", "money", "de_DE", 1234.5, "$1.234");
         row("gain", "signed", "en_US", 1204.0, "+$1,204");
         row("loss", "signed", "en_US", -37.0, "-$37");
         row("negative zero", "signed", "en_US", -0.0, "+$0");
@@ -103,7 +102,6 @@ private Q_SLOTS:
         row("ten days ago is last week", "en_US", "UTC", friday, -10 * day, "last week");
         row("calendar months", "en_US", "UTC", friday, -46 * day, "2 months ago");
         row("pt minutes", "pt_PT", "UTC", friday, -5 * minute, "há 5 minutos");
-        row("de named day", "de_DE", "UTC", ten, 47 * hour, "übermorgen");
         // 23:00 UTC on the 6th and 01:00 on the 7th: the same day in Lisbon, two in Tokyo.
         row("late last night is hours", "en_US", "Europe/Lisbon", one, -2 * hour, "2 hours ago");
         row("tomorrow in Tokyo", "en_US", "Asia/Tokyo", one, day, "tomorrow");
