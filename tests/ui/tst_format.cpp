@@ -9,6 +9,7 @@
 
 using ui::FormatLocale;
 using namespace Qt::StringLiterals;
+using namespace std::string_view_literals;
 
 namespace {
 FormatLocale locale(const char *name)
@@ -18,25 +19,26 @@ FormatLocale locale(const char *name)
 const QDateTime friday(QDate(2025, 3, 7), QTime(14, 30), Qt::UTC);
 } // namespace
 
-Q_DECLARE_METATYPE(std::optional<double>)
-Q_DECLARE_METATYPE(ui::AgeForm)
-
 class TestFormat : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    // Money through ICU in the user's locale; percentages always with a point, whatever the
-    // locale of the process.
-    void numbers_data()
+    // Each row formats once in its data function; the test compares. Money through ICU in the
+    // user's locale; percentages always with a point, whatever the locale of the process.
+    void texts_data()
     {
-        QTest::addColumn<QString>("kind");
-        QTest::addColumn<QString>("locale");
-        QTest::addColumn<std::optional<double>>("value");
+        QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("expected");
         const auto row = [](const char *name, const char *kind, const char *locale,
                             std::optional<double> value, const char *expected) {
-            QTest::newRow(name) << QString::fromLatin1(kind) << QString::fromLatin1(locale) << value
+            const ui::FormatLocale where{QString::fromLatin1(locale), "UTC"};
+            const QLocale previous;
+            QLocale::setDefault(QLocale(where.name));
+            QTest::newRow(name) << (kind == "money"sv    ? ui::money(value, where)
+                                    : kind == "signed"sv ? ui::moneySigned(*value, where)
+                                                         : ui::signedPercent(*value))
                                 << QString::fromUtf8(expected);
+            QLocale::setDefault(previous);
         };
         row("absent", "money", "en_US", std::nullopt, "—");
         row("half to even, down", "money", "en_US", 1234.5, "$1,234");
@@ -58,145 +60,95 @@ private Q_SLOTS:
         row("percent zero", "percent", "de_DE", 0.0, "+0.00%");
         row("tiny loss keeps its minus", "percent", "de_DE", -0.004, "-0.00%");
         row("percent, no grouping", "percent", "de_DE", 1234.5, "+1234.50%");
-    }
-    void numbers()
-    {
-        QFETCH(QString, kind);
-        QFETCH(QString, locale);
-        QFETCH(std::optional<double>, value);
-        QFETCH(QString, expected);
-        const ui::FormatLocale where{locale, "UTC"};
-        const QLocale previous;
-        QLocale::setDefault(QLocale(locale));
-        const QString text = kind == u"money"    ? ui::money(value, where)
-                             : kind == u"signed" ? ui::moneySigned(*value, where)
-                                                 : ui::signedPercent(*value);
-        QLocale::setDefault(previous);
-        QCOMPARE(text, expected);
-    }
 
-    // Rounded to the nearest unit, days counted in the user's time zone.
-    void relativePhrase_data()
-    {
-        QTest::addColumn<QString>("locale");
-        QTest::addColumn<QByteArray>("zone");
-        QTest::addColumn<QDateTime>("now");
-        QTest::addColumn<qint64>("offsetMs");
-        QTest::addColumn<QString>("expected");
-        const auto row = [](const char *name, const char *locale, QByteArray zone,
-                            const QDateTime &now, qint64 offsetMs, const char *expected) {
-            QTest::newRow(name) << QString::fromLatin1(locale) << zone << now << offsetMs
+        // Rounded to the nearest unit, days counted in the user's time zone.
+        const auto phrase = [](const char *name, const char *locale, QByteArray zone,
+                               const QDateTime &now, qint64 offsetMs, const char *expected) {
+            QTest::newRow(name) << ui::relativePhrase(now.addMSecs(offsetMs), now,
+                                                      {QString::fromLatin1(locale), zone})
                                 << QString::fromUtf8(expected);
         };
         const QDateTime ten(QDate(2025, 3, 7), QTime(10, 0), Qt::UTC);
         const QDateTime one(QDate(2025, 3, 7), QTime(1, 0), Qt::UTC);
         const qint64 minute = 60'000, hour = 60 * minute, day = 24 * hour;
-        row("90 s ago rounds up", "en_US", "UTC", friday, -90'000, "2 minutes ago");
-        row("23 min 20 s ago rounds down", "en_US", "UTC", friday, -1'400'000, "23 minutes ago");
-        row("1 h 35 min ahead", "en_US", "UTC", friday, 95 * minute, "in 2 hours");
-        row("same time yesterday", "en_US", "UTC", friday, -day, "yesterday");
-        row("0.4 s ago", "en_US", "UTC", friday, -400, "now");
-        row("0.6 s ago counts as a second", "en_US", "UTC", friday, -600, "1 second ago");
-        row("59.6 s ago is a minute", "en_US", "UTC", friday, -59'600, "1 minute ago");
-        row("day after tomorrow counts whole days", "en_US", "UTC", ten, 47 * hour, "in 2 days");
-        row("ten days ago is last week", "en_US", "UTC", friday, -10 * day, "last week");
-        row("calendar months", "en_US", "UTC", friday, -46 * day, "2 months ago");
-        row("pt minutes", "pt_PT", "UTC", friday, -5 * minute, "há 5 minutos");
+        phrase("90 s ago rounds up", "en_US", "UTC", friday, -90'000, "2 minutes ago");
+        phrase("23 min 20 s ago rounds down", "en_US", "UTC", friday, -1'400'000, "23 minutes ago");
+        phrase("1 h 35 min ahead", "en_US", "UTC", friday, 95 * minute, "in 2 hours");
+        phrase("same time yesterday", "en_US", "UTC", friday, -day, "yesterday");
+        phrase("0.4 s ago", "en_US", "UTC", friday, -400, "now");
+        phrase("0.6 s ago counts as a second", "en_US", "UTC", friday, -600, "1 second ago");
+        phrase("59.6 s ago is a minute", "en_US", "UTC", friday, -59'600, "1 minute ago");
+        phrase("day after tomorrow counts whole days", "en_US", "UTC", ten, 47 * hour, "in 2 days");
+        phrase("ten days ago is last week", "en_US", "UTC", friday, -10 * day, "last week");
+        phrase("calendar months", "en_US", "UTC", friday, -46 * day, "2 months ago");
+        phrase("pt minutes", "pt_PT", "UTC", friday, -5 * minute, "há 5 minutos");
         // 23:00 UTC on the 6th and 01:00 on the 7th: the same day in Lisbon, two in Tokyo.
-        row("late last night is hours", "en_US", "Europe/Lisbon", one, -2 * hour, "2 hours ago");
-        row("tomorrow in Tokyo", "en_US", "Asia/Tokyo", one, day, "tomorrow");
-    }
-    void relativePhrase()
-    {
-        QFETCH(QString, locale);
-        QFETCH(QByteArray, zone);
-        QFETCH(QDateTime, now);
-        QFETCH(qint64, offsetMs);
-        QFETCH(QString, expected);
-        QCOMPARE(ui::relativePhrase(now.addMSecs(offsetMs), now, {locale, zone}), expected);
-    }
+        phrase("late last night is hours", "en_US", "Europe/Lisbon", one, -2 * hour, "2 hours ago");
+        phrase("tomorrow in Tokyo", "en_US", "Asia/Tokyo", one, day, "tomorrow");
 
-    void freshness_data()
-    {
-        QTest::addColumn<bool>("isPT");
-        QTest::addColumn<qint64>("ageMs"); // how long ago the data is dated
-        QTest::addColumn<bool>("live");
-        QTest::addColumn<QString>("text");
+        // Badges: seconds truncate, 90 s turns into the worded age; the prefix follows the
+        // app's language, the phrase the system locale.
+        const auto badge = [](const char *name, bool isPT, qint64 ageMs, const char *expected) {
+            const ui::Freshness b =
+                ui::freshnessBadge(friday.addMSecs(-ageMs), friday, isPT, locale("en_US"));
+            QTest::newRow(name) << b.text + (b.live ? u" (live)"_s : QString())
+                                << QString::fromUtf8(expected);
+        };
+        badge("seconds truncate", false, 42'700, "live · 42s (live)");
+        badge("89.9 s", false, 89'900, "live · 89s (live)");
+        badge("90 s is older", false, 90'000, "as of 2 minutes ago");
+        badge("future shows zero", false, -5'000, "live · 0s (live)");
+        badge("pt prefix, en phrase", true, 300'000, "há 5 minutes ago");
 
-        QTest::newRow("seconds truncate") << false << qint64(42'700) << true << "live · 42s";
-        QTest::newRow("89.9 s") << false << qint64(89'900) << true << "live · 89s";
-        QTest::newRow("90 s is older") << false << qint64(90'000) << false << "as of 2 minutes ago";
-        QTest::newRow("future shows zero") << false << qint64(-5'000) << true << "live · 0s";
-        // The prefix follows the app's language, the phrase the system locale.
-        QTest::newRow("pt prefix, en phrase")
-            << true << qint64(300'000) << false << "há 5 minutes ago";
-    }
-    void freshness()
-    {
-        QFETCH(bool, isPT);
-        QFETCH(qint64, ageMs);
-        QFETCH(bool, live);
-        QFETCH(QString, text);
-        const ui::Freshness badge =
-            ui::freshnessBadge(friday.addMSecs(-ageMs), friday, isPT, locale("en_US"));
-        QCOMPARE(badge.live, live);
-        QCOMPARE(badge.text, text);
-    }
+        // Clock times in the user's zone and locale.
+        QTest::newRow("clock, de")
+            << ui::shortTime(friday, {u"de_DE"_s, "Europe/Berlin"}) << u"15:30"_s;
+        QTest::newRow("clock, en") << ui::shortTime(friday, locale("en_US")) << u"2:30\u202fPM"_s;
 
-    // Clock times in the user's zone and locale; zero counts as a gain.
-    void shortTimeAndTone()
-    {
-        QCOMPARE(ui::shortTime(friday, {u"de_DE"_s, "Europe/Berlin"}), u"15:30"_s);
-        QCOMPARE(ui::shortTime(friday, locale("en_US")), u"2:30\u202fPM"_s);
-        QCOMPARE(ui::toneFor(0.0), ui::Tone::Gain);
-        QCOMPARE(ui::toneFor(-0.01), ui::Tone::Loss);
-    }
-
-    // The panel's tool tip from status reports, at `friday`, in both languages.
-    void panelSummary_data()
-    {
-        QTest::addColumn<QByteArray>("status");
-        QTest::addColumn<bool>("isPT");
-        QTest::addColumn<ui::AgeForm>("form");
-        QTest::addColumn<QString>("summary");
+        // The panel's tool tip from status reports, at `friday`.
+        const auto summary = [](const char *name, const QByteArray &status, bool isPT,
+                                ui::AgeForm form, const char *expected) {
+            QTest::newRow(name) << ui::panelSummary(QJsonDocument::fromJson(status).object(),
+                                                    friday, isPT, form, locale("en_US"))
+                                << QString::fromUtf8(expected);
+        };
         const auto relative = ui::AgeForm::Relative;
-
         const QByteArray signedOut = R"({"title":"M +12.3%","public":{"returnPct":12.345,
             "vsSpyPct":-1.2,"fetchedAt":"2025-03-07T14:29:58.000Z","lastError":null},
             "account":{"signedIn":false,"lastError":null,"accounts":null}})";
-        QTest::newRow("signed out")
-            << signedOut << false << relative
-            << "M +12.3%\nPublic book +12.35% · -1.20% vs S&P 500\nlive · 2s";
+        summary("signed out", signedOut, false, relative,
+                "M +12.3%\nPublic book +12.35% · -1.20% vs S&P 500\nlive · 2s");
         // The age is the older of the two; the offline notice comes before it.
-        const QByteArray offline = R"({"title":"M -$13","public":{"returnPct":-0.5,"vsSpyPct":null,
-            "fetchedAt":"2025-03-07T14:25:00.000Z","lastError":"offline"},
+        summary("signed in, public offline", R"({"title":"M -$13","public":{"returnPct":-0.5,
+            "vsSpyPct":null,"fetchedAt":"2025-03-07T14:25:00.000Z","lastError":"offline"},
             "account":{"signedIn":true,"lastError":null,"accounts":[{}],
             "portfolioAsOf":"2025-03-07T14:29:00.000Z",
-            "totals":{"equity":10512.4,"todayPnl":-12.5,"baseline":10000}}})";
-        QTest::newRow("signed in, public offline")
-            << offline << false << relative
-            << "M -$13\nPublic book -0.50%\nYour account $10,512 · -$12 today\noffline · as of "
-               "5 minutes ago";
+            "totals":{"equity":10512.4,"todayPnl":-12.5,"baseline":10000}}})",
+                false, relative,
+                "M -$13\nPublic book -0.50%\nYour account $10,512 · -$12 today\noffline · as of "
+                "5 minutes ago");
         // A streamed line gives the clock time instead, which stays true.
-        QTest::newRow("clock") << signedOut << false << ui::AgeForm::Clock
-                               << "M +12.3%\nPublic book +12.35% · -1.20% vs S&P 500\nas of "
-                                  "2:29\u202fPM";
-        QTest::newRow("nothing known")
-            << R"({})"_ba << false << relative << "M·\nLoading the public book…";
-        QTest::newRow("no brokerage account, pt") << R"({"title":"M·",
-            "account":{"signedIn":true,"accounts":[],"lastError":"sessão cancelada"}})"_ba
-                                                  << true << relative
-                                                  << "M·\nA carregar o livro público…\nAinda sem "
-                                                     "conta de corretora ligada.\nsessão cancelada";
+        summary("clock", signedOut, false, ui::AgeForm::Clock,
+                "M +12.3%\nPublic book +12.35% · -1.20% vs S&P 500\nas of 2:29\u202fPM");
+        summary("nothing known", "{}", false, relative, "M·\nLoading the public book…");
+        summary("no brokerage account, pt", R"({"title":"M·",
+            "account":{"signedIn":true,"accounts":[],"lastError":"sessão cancelada"}})",
+                true, relative,
+                "M·\nA carregar o livro público…\nAinda sem conta de corretora ligada.\nsessão "
+                "cancelada");
     }
-    void panelSummary()
+    void texts()
     {
-        QFETCH(QByteArray, status);
-        QFETCH(bool, isPT);
-        QFETCH(ui::AgeForm, form);
-        QFETCH(QString, summary);
-        const QJsonObject report = QJsonDocument::fromJson(status).object();
-        QCOMPARE(ui::panelSummary(report, friday, isPT, form, locale("en_US")), summary);
+        QFETCH(QString, text);
+        QFETCH(QString, expected);
+        QCOMPARE(text, expected);
+    }
+
+    // Zero counts as a gain.
+    void tone()
+    {
+        QCOMPARE(ui::toneFor(0.0), ui::Tone::Gain);
+        QCOMPARE(ui::toneFor(-0.01), ui::Tone::Loss);
     }
 };
 
