@@ -40,9 +40,11 @@ private Q_SLOTS:
         QFETCH(bool, refreshing);
         QFETCH(bool, refreshes);
         const QDateTime now(QDate(2025, 3, 7), QTime(14, 30), Qt::UTC);
-        const auto fetchedAt =
-            secondsSinceFetch ? std::optional(now.addSecs(-*secondsSinceFetch)) : std::nullopt;
-        QCOMPARE(ShellRules::refreshesOnOpen(fetchedAt, refreshing, now), refreshes);
+        QCOMPARE(ShellRules::refreshesOnOpen(secondsSinceFetch
+                                                 ? std::optional(now.addSecs(-*secondsSinceFetch))
+                                                 : std::nullopt,
+                                             refreshing, now),
+                 refreshes);
     }
 };
 

@@ -41,9 +41,7 @@ private Q_SLOTS:
         QFETCH(QString, text);
         QFETCH(QString, utc);
         const auto parsed = base::flexible(text);
-        QCOMPARE(parsed.has_value(), !utc.isEmpty());
-        if (parsed)
-            QCOMPARE(base::isoUtcMillis(*parsed), utc);
+        QCOMPARE(parsed ? base::isoUtcMillis(*parsed) : QString(), utc);
     }
 
     void fixedDecimalRoundsLikePrintf_data()

@@ -158,9 +158,8 @@ private Q_SLOTS:
         const net::HttpRequest request{
             .url = QUrl(from), .headers = {{"Authorization", "Bearer t"}}, .body = {}};
         const auto next = net::redirected(request, status, location, request.url);
-        QCOMPARE(next.has_value(), !to.isEmpty());
+        QCOMPARE(next ? next->url : QUrl(), QUrl(to));
         if (next) {
-            QCOMPARE(next->url, QUrl(to));
             // Another host, or the same host on another scheme, is another origin.
             QCOMPARE(next->headers.isEmpty(),
                      next->url.adjusted(QUrl::RemovePath | QUrl::RemoveQuery) !=

@@ -66,10 +66,8 @@ private Q_SLOTS:
     {
         QFETCH(QDateTime, after);
         QFETCH(QDateTime, cycle);
-        const auto next = CycleSchedule::nextTenantCycle(after);
-        QVERIFY(next);
-        QCOMPARE(next->toUTC(), cycle.toUTC());
-        QCOMPARE(next->toTimeZone(newYork).time(), QTime(10, 15));
+        QCOMPARE(CycleSchedule::nextTenantCycle(after).value_or(QDateTime()).toUTC(),
+                 cycle.toUTC());
     }
 };
 

@@ -93,8 +93,7 @@ private Q_SLOTS:
         QFETCH(int, length);
         const auto stats = decodeStats(body);
         QCOMPARE(stats.has_value(), decodable);
-        if (stats)
-            QCOMPARE(stats->sparkline ? int(stats->sparkline->size()) : -1, length);
+        QCOMPARE(stats && stats->sparkline ? int(stats->sparkline->size()) : -1, length);
     }
 };
 
