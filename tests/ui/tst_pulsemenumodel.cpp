@@ -281,14 +281,16 @@ private Q_SLOTS:
                                                    "sparkline: 5 values (gain)",
                                                    "!public error:",
                                                    "!placeholder:"};
-        QTest::newRow("signing in, refreshing")
+        QTest::newRow("signing in, refreshing, account error")
             << with(signedOut(),
                     [](auto &in) {
                         in.signingIn = true;
                         in.refreshing = true;
+                        in.accountError = "offline — try again";
                     })
             << QStringList{"sign in: Waiting for browser… [disabled]",
-                           "refresh: Refreshing… [disabled]"};
+                           "refresh: Refreshing… [disabled]",
+                           "account error: offline — try again (warning)"};
         QTest::newRow("signed in, loading")
             << with(signedOut(), [](auto &in) { in.isSignedIn = true; })
             << QStringList{"state: loading",
@@ -321,14 +323,16 @@ private Q_SLOTS:
         QTest::newRow("eight positions")
             << withAccount(8)
             << QStringList{"position rows: 5", "more: +3 more in the app", "!row: META"};
-        QTest::newRow("position percent as received, missing percent")
+        QTest::newRow("position percent as received, missing percent, no totals")
             << with(withAccount(2),
                     [](auto &in) {
                         in.positions[0].unrealizedPlpc = -0.5;
                         in.positions[1].unrealizedPlpc.reset();
                         in.positions[1].marketValue.reset();
+                        in.portfolio->totals.reset();
                     })
-            << QStringList{"row: NVDA -0.50% (loss) $25,000", "row: AAPL - —"};
+            << QStringList{"row: NVDA -0.50% (loss) $25,000", "row: AAPL - —", "equity: —",
+                           "!equity change:", "!today:"};
         QTest::newRow("kill switch hides both buttons")
             << with(withAccount(), [](auto &in) { in.portfolio->worker->killSwitch = true; })
             << QStringList{"pill: KILL SWITCH (loss)", "!auto button:"};
@@ -350,30 +354,24 @@ private Q_SLOTS:
             << with(withAccount(), [](auto &in) { in.portfolio->worker.reset(); })
             << QStringList{"pill: OBSERVER (secondary)", "auto button: Enable [enabled]",
                            "!next cycle:"};
-        QTest::newRow("decision without symbols") << with(withAccount(), [](auto &in) {
-            in.todayDecision = TodayDecision{"2025-03-07", {}};
-        }) << QStringList{"decision: Today: no trade — that's discipline"};
-        QTest::newRow("zero baseline: no change, loss today") << with(withAccount(), [](auto &in) {
-            in.portfolio->totals->baseline = 0.0;
-            in.portfolio->totals->todayPnl = -37.0;
-        }) << QStringList{"today: -$37 today (loss)", "!equity change:"};
-        QTest::newRow("no totals")
-            << with(withAccount(), [](auto &in) { in.portfolio->totals.reset(); })
-            << QStringList{"equity: —", "!equity change:", "!today:"};
-        QTest::newRow("account error under the sign-in prompt")
-            << with(signedOut(), [](auto &in) { in.accountError = "offline — try again"; })
-            << QStringList{"state: signed out", "account error: offline — try again (warning)"};
-        QTest::newRow("no benchmark, no update time") << with(signedOut(), [](auto &in) {
-            in.vsSpyPct.reset();
-            in.lastUpdate.reset();
-        }) << QStringList{"return: +12.35% (gain)", "!vs:", "!updated:"};
-        QTest::newRow("sparkline under 3 values")
+        QTest::newRow("decision without symbols, zero baseline, loss today")
+            << with(withAccount(),
+                    [](auto &in) {
+                        in.todayDecision = TodayDecision{"2025-03-07", {}};
+                        in.portfolio->totals->baseline = 0.0;
+                        in.portfolio->totals->todayPnl = -37.0;
+                    })
+            << QStringList{"decision: Today: no trade — that's discipline",
+                           "today: -$37 today (loss)", "!equity change:"};
+        QTest::newRow("no benchmark, no update time, sparkline under 3 values")
             << with(signedOut(),
                     [](auto &in) {
+                        in.vsSpyPct.reset();
+                        in.lastUpdate.reset();
                         in.sparkline = {1, 2};
                     })
             << QStringList{"return: +12.35% (gain)", "ideas: 7 ideas open (secondary)",
-                           "!sparkline:"};
+                           "!vs:", "!updated:", "!sparkline:"};
         QTest::newRow("negative return colours the chart")
             << with(signedOut(), [](auto &in) { in.returnPct = -1.0; })
             << QStringList{"return: -1.00% (loss)", "sparkline: 5 values (loss)"};
@@ -394,27 +392,28 @@ private Q_SLOTS:
                     })
             << QStringList{"placeholder: offline — showing last known numbers",
                            "!return:", "!sparkline:", "!public error:"};
-        QTest::newRow("footer choices")
+        QTest::newRow("footer choices, unknown metric selects nothing")
             << with(withAccount(),
                     [](auto &in) {
                         in.canCheckUpdates = true;
                         in.launchAtLogin = true;
                         in.language = "pt";
+                        in.menuMetric = "weird";
                     })
             << QStringList{"updates: Updates", "login: Start at login [on]",
-                           "language: System=system|EN=en|PT=pt @2"};
-        QTest::newRow("unknown metric selects nothing")
-            << with(withAccount(), [](auto &in) { in.menuMetric = "weird"; })
-            << QStringList{"metric: Menu bar: Public book %=book|My return %=pct|My P/L "
+                           "language: System=system|EN=en|PT=pt @2",
+                           "metric: Menu bar: Public book %=book|My return %=pct|My P/L "
                            "today=pnl|My P/L since start=pnlTotal @-1"};
-        QTest::newRow("pause confirmation")
-            << with(withAccount(), [](auto &in) { in.confirmingPause = true; })
+        QTest::newRow("confirmations")
+            << with(withAccount(),
+                    [](auto &in) {
+                        in.confirmingPause = true;
+                        in.confirmingEnable = true;
+                    })
             << QStringList{"dialog: Pause auto-execution? / Pause — Mireo stops placing orders "
                            "/ Cancel / Your open positions stay untouched. You can resume "
-                           "anytime."};
-        QTest::newRow("enable confirmation")
-            << with(withAccount(), [](auto &in) { in.confirmingEnable = true; })
-            << QStringList{"dialog: Enable auto-execution? / Enable — Mireo trades this account "
+                           "anytime.",
+                           "dialog: Enable auto-execution? / Enable — Mireo trades this account "
                            "(paper) / Cancel / -"};
         QTest::newRow("long numbers and decision")
             << with(withAccount(8),
