@@ -1,10 +1,6 @@
-#include "account/AuthStore.h"
-#include "net/HttpClient.h"
 #include "pulse/PulseStore.h"
 #include "settings/AppSettings.h"
-#include "support/AccountFakes.h"
-#include "support/StandinFixture.h"
-#include "support/TestSupport.h"
+#include "support/AccountRig.h"
 #include "ui/ConfirmationSheet.h"
 #include "ui/LoginItem.h"
 #include "ui/PulseMenuView.h"
@@ -49,22 +45,14 @@ QStringList texts(const QWidget &root)
 
 // The stores as the app builds them: the public book from the stand-in, an account restored
 // from its cache (the sign-in backend refuses, so it stays the cached one).
-struct Stores
+struct Stores : testing::AccountRig
 {
-    testing::StandinFixture standin;
-    testing::TempDefaults defaults;
-    testing::ManualClock clock;
-    testing::InMemorySecretStore secrets;
-    testing::RecordingBrowser browser;
     FakeLoginItem loginItem;
-    net::HttpClient http{"mireo-test"};
     std::unique_ptr<PulseStore> pulse;
-    std::unique_ptr<AuthStore> auth;
     AppSettings settings{Defaults::shared()};
 
     explicit Stores(bool withAccount = true)
     {
-        http.setTimeoutLimit(testing::shortTimeout);
         settings.setLanguage(u"en"_s);
         if (withAccount) {
             secrets.items.insert(QString::fromLatin1(AuthStore::refreshTokenKey), "refresh");
@@ -72,7 +60,7 @@ struct Stores
             defaults->setDate("cache.portfolio.asOf", clock.now().addSecs(-42));
         }
         pulse = std::make_unique<PulseStore>(http, *defaults, clock, standin.url());
-        auth = std::make_unique<AuthStore>(
+        store = std::make_unique<AuthStore>(
             http, *defaults, clock, secrets, browser,
             AuthStore::Endpoints{standin.url(), testing::refusingUrl(), "anon"});
         QCoreApplication::processEvents(); // the launch reads the keychain, shows the cache
@@ -89,7 +77,7 @@ struct Stores
     std::unique_ptr<ui::PulseMenuView> view(std::function<void()> onCheckUpdates = {})
     {
         auto view = std::make_unique<ui::PulseMenuView>(
-            ui::PulseMenuView::Services{*pulse, *auth, settings, loginItem, browser, clock,
+            ui::PulseMenuView::Services{*pulse, *store, settings, loginItem, browser, clock,
                                         standin.url()},
             std::move(onCheckUpdates));
         view->setFormatLocale({u"en_US"_s, "UTC"});
