@@ -58,6 +58,15 @@ class TestPulseStore : public QObject
                                                  url.isEmpty() ? standin.url() : url);
             return *store;
         }
+        // A store whose launch refresh got `record` and is over.
+        PulseStore &started(const QByteArray &record = goodRecord)
+        {
+            standin.answer(trackRecordPath, 200, record);
+            start();
+            if (!settle())
+                qFatal("the launch refresh never finished");
+            return *store;
+        }
         // Waits for the refreshes started so far (the creation's included) to finish.
         bool settle(int refreshes = 1)
         {
@@ -77,10 +86,8 @@ private Q_SLOTS:
     void successPublishesCachesAndTrims()
     {
         Rig rig;
-        rig.standin.answer(trackRecordPath, 200, goodRecord);
         rig.standin.answer(statsPath, 200, series(45));
-        PulseStore &store = rig.start();
-        QVERIFY(rig.settle());
+        PulseStore &store = rig.started();
 
         QCOMPARE(store.returnPct(), 12.345);
         QCOMPARE(store.vsSpyPct(), -1.25);
@@ -140,10 +147,8 @@ private Q_SLOTS:
         QFETCH(QString, line);
 
         Rig rig;
-        rig.standin.answer(trackRecordPath, 200, goodRecord);
         rig.standin.answer(statsPath, 200, series(5));
-        PulseStore &store = rig.start();
-        QVERIFY(rig.settle());
+        PulseStore &store = rig.started();
         const auto fetchedAt = store.fetchedAt();
 
         Defaults::shared().setString(u"app.language"_s, language);
@@ -170,9 +175,7 @@ private Q_SLOTS:
     void recordWithoutConsolidatedClearsTheNumber()
     {
         Rig rig;
-        rig.standin.answer(trackRecordPath, 200, goodRecord);
-        PulseStore &store = rig.start();
-        QVERIFY(rig.settle());
+        PulseStore &store = rig.started();
         rig.standin.answer(trackRecordPath, 200, R"({"has_data":true})");
         QVERIFY(rig.refreshAndSettle());
         QCOMPARE(store.returnPct(), std::nullopt);
@@ -192,10 +195,7 @@ private Q_SLOTS:
         rig.defaults->setNumber(u"cache.pulse.returnPct"_s, 4.0);
         QCOMPARE(rig.start(testing::refusingUrl()).returnPct(), std::nullopt);
         rig.store.reset();
-        rig.standin.answer(trackRecordPath, 200,
-                           R"({"has_data":true,"consolidated":{"return_pct":-0.0}})");
-        rig.start();
-        QVERIFY(rig.settle());
+        rig.started(R"({"has_data":true,"consolidated":{"return_pct":-0.0}})");
         rig.store.reset();
         rig.defaults.reopen();
 
@@ -228,11 +228,10 @@ private Q_SLOTS:
         QFETCH(QByteArray, stats);
         QFETCH(QList<double>, expected);
         Rig rig;
-        rig.standin.answer(trackRecordPath, 200, goodRecord, 2);
         rig.standin.answer(statsPath, 200,
                            R"({"sparkline":[100,101,102,103,104,105,106,107,108,109]})");
-        PulseStore &store = rig.start();
-        QVERIFY(rig.settle());
+        PulseStore &store = rig.started();
+        rig.standin.answer(trackRecordPath, 200, goodRecord);
         rig.standin.answer(statsPath, status, stats);
         QVERIFY(rig.refreshAndSettle());
         QCOMPARE(store.sparkline(), expected);
