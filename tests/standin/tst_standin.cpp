@@ -1,6 +1,5 @@
 #include "support/StandinFixture.h"
 
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QNetworkAccessManager>
@@ -13,8 +12,8 @@
 
 using namespace Qt::StringLiterals;
 
-// What the demo and the app's tests lean on and no app test shows: the book moves, a refresh
-// token works once, and the sign-in page's link carries a working session back to the app.
+// What the app's tests lean on and no app test shows: a refresh token works once, and the
+// sign-in page's link carries a working session back to the app.
 class TstStandin : public QObject
 {
     Q_OBJECT
@@ -40,10 +39,6 @@ class TstStandin : public QObject
         return {reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(),
                 reply->readAll()};
     }
-    QJsonObject json(const QString &request)
-    {
-        return QJsonDocument::fromJson(fetch(request).second).object();
-    }
     std::pair<int, QJsonObject> grant(const QString &refreshToken, const QByteArray &key)
     {
         const auto [status, body] =
@@ -65,21 +60,6 @@ private Q_SLOTS:
         m_standin = std::make_unique<testing::StandinFixture>();
         m_now = QDateTime(QDate(2025, 3, 7), QTime(14, 30), QTimeZone::utc());
         m_standin->server.book().setClock([this] { return m_now; });
-    }
-
-    void theBookMoves()
-    {
-        const auto sparkline = [this] {
-            return json(u"/api/public/stats"_s).value(u"sparkline"_s).toArray();
-        };
-        const QJsonArray before = sparkline();
-        QCOMPARE(fetch(u"POST /_standin/advance"_s, R"({"steps": 3})").first, 200);
-        const QJsonArray after = sparkline();
-        QCOMPARE(after.size(), before.size());
-        QCOMPARE(after.at(0), before.at(3));
-        QVERIFY(after.last() != before.last());
-        QCOMPARE(json(u"/api/public/track-record"_s)[u"consolidated"_s][u"return_pct"_s],
-                 after.last()); // newest last
     }
 
     void aRefreshTokenWorksOnce()
