@@ -1,12 +1,10 @@
+#include "net/HttpClient.h"
 #include "support/StandinFixture.h"
 
+#include <QCoroTask>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QNetworkAccessManager>
-#include <QNetworkProxy>
-#include <QNetworkReply>
 #include <QRegularExpression>
-#include <QSignalSpy>
 #include <QTimeZone>
 #include <QUrlQuery>
 
@@ -19,44 +17,42 @@ class TstStandin : public QObject
     Q_OBJECT
 
     std::unique_ptr<testing::StandinFixture> m_standin;
-    QNetworkAccessManager m_nam;
+    net::HttpClient m_http{"TestAgent/1"};
     QDateTime m_now;
 
     // `request` is "VERB /path?query", or just the path for a GET.
     std::pair<int, QByteArray> fetch(const QString &request, const QByteArray &body = {},
-                                     const QByteArray &header = {}, const QByteArray &value = {})
+                                     QList<QPair<QByteArray, QByteArray>> headers = {})
     {
-        QNetworkRequest http(m_standin->url().resolved(QUrl(request.section(u' ', -1))));
-        http.setHeader(QNetworkRequest::ContentTypeHeader, "application/json"_ba);
-        if (!header.isEmpty())
-            http.setRawHeader(header, value);
-        const QByteArray verb =
-            request.contains(u' ') ? request.section(u' ', 0, 0).toLatin1() : "GET"_ba;
-        std::unique_ptr<QNetworkReply> reply(m_nam.sendCustomRequest(http, verb, body));
-        QSignalSpy finished(reply.get(), &QNetworkReply::finished);
-        if (!reply->isFinished())
-            (void)finished.wait(3000);
-        return {reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(),
-                reply->readAll()};
+        std::optional<net::HttpResponse> reply;
+        QCoro::connect(
+            m_http.send({.method = request.contains(u' ') ? request.section(u' ', 0, 0).toLatin1()
+                                                          : "GET"_ba,
+                         .url = m_standin->url().resolved(QUrl(request.section(u' ', -1))),
+                         .headers = headers << qMakePair("Content-Type"_ba, "application/json"_ba),
+                         .body = body}),
+            &m_http, [&](net::HttpResponse r) { reply = r; });
+        return QTest::qWaitFor([&] { return reply.has_value(); }, 3000)
+                   ? std::pair(reply->status, reply->body)
+                   : std::pair(0, QByteArray());
     }
     std::pair<int, QJsonObject> grant(const QString &refreshToken, const QByteArray &key)
     {
         const auto [status, body] =
             fetch(u"POST /auth/v1/token?grant_type=refresh_token"_s,
-                  "{\"refresh_token\":\"" + refreshToken.toLatin1() + "\"}", "apikey", key);
+                  "{\"refresh_token\":\"" + refreshToken.toLatin1() + "\"}", {{"apikey", key}});
         return {status, QJsonDocument::fromJson(body).object()};
     }
     int portfolio(const QString &accessToken)
     {
-        return fetch(u"/api/mobile/portfolio"_s, {}, "Authorization",
-                     "Bearer " + accessToken.toLatin1())
+        return fetch(u"/api/mobile/portfolio"_s, {},
+                     {{"Authorization", "Bearer " + accessToken.toLatin1()}})
             .first;
     }
 
 private Q_SLOTS:
     void init()
     {
-        m_nam.setProxy(QNetworkProxy::NoProxy);
         m_standin = std::make_unique<testing::StandinFixture>();
         m_now = QDateTime(QDate(2025, 3, 7), QTime(14, 30), QTimeZone::utc());
         m_standin->server.book().setClock([this] { return m_now; });
