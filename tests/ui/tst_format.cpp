@@ -4,7 +4,6 @@
 
 #include <QJsonDocument>
 #include <QTest>
-#include <cmath>
 #include <limits>
 
 using ui::FormatLocale;

@@ -262,7 +262,7 @@ private Q_SLOTS:
     void rules_data()
     {
         QTest::addColumn<PulseMenuInput>("input");
-        QTest::addColumn<QStringList>("shows"); // "!prefix": no line starts so
+        QTest::addColumn<QStringList>("shows"); // "!text": no line holds it
 
         QTest::newRow("signed out") << signedOut()
                                     << QStringList{"state: signed out",
