@@ -73,95 +73,94 @@ template <typename Change> ui::PulseMenuInput with(ui::PulseMenuInput in, Change
     return in;
 }
 
-// The model flattened to one line per visible thing, so each row of the table can name what
-// must and must not show.
-QStringList describe(const ui::PulseMenuModel &m)
+// What one thing of the model shows, as a line of text; tones in brackets.
+struct Text
 {
-    const auto tone = [](Tone tone) {
+    static QString of(const QString &text) { return text; }
+    static QString of(Tone tone)
+    {
         static const char *const names[] = {"primary", "secondary", "gain",
                                             "loss",    "warning",   "gold"};
         return QString::fromLatin1(names[int(tone)]);
-    };
-    const auto line = [&](const ui::Line &l) { return l.text + " (" + tone(l.tone) + ')'; };
-    const auto button = [](const ui::Button &b) {
+    }
+    static QString of(const ui::Line &l) { return l.text + " (" + of(l.tone) + ')'; }
+    static QString of(const ui::SymbolLine &l) { return of(l.line); }
+    static QString of(const ui::Freshness &f)
+    {
+        return f.text + (f.live ? u" (live)"_s : QString());
+    }
+    static QString of(const ui::Button &b)
+    {
         return b.label + (b.enabled ? u" [enabled]"_s : u" [disabled]"_s);
-    };
-    const auto picker = [](const ui::Picker &p) {
+    }
+    static QString of(const ui::Picker &p)
+    {
         QStringList labels;
         for (const ui::Choice &choice : p.choices)
             labels << choice.label + u'=' + choice.value;
         return labels.join(u'|') + " @" + QString::number(p.selected);
-    };
+    }
+};
+
+// "what: text" when the model has it, nothing otherwise.
+template <typename T> QStringList line(const char *what, const std::optional<T> &value)
+{
+    return value ? QStringList{QString::fromLatin1(what) + ": " + Text::of(*value)} : QStringList();
+}
+
+// The model flattened to one line per visible thing, in no particular order, so each row of the
+// table can name what must and must not show.
+QStringList describe(const ui::PulseMenuModel &m)
+{
     QStringList out;
     const ui::PersonalSection &p = m.personal;
-    switch (p.state) {
-    case ui::PersonalState::SignedOut:
-        out << "state: signed out" << u"prompt: "_s + p.prompt << "sign in: " + button(p.signIn);
-        break;
-    case ui::PersonalState::Loading:
-        out << "state: loading" << u"loading: "_s + p.loading;
-        break;
-    case ui::PersonalState::Account: {
-        const ui::AccountBlock &a = p.account;
-        out << "state: account" << u"title: "_s + a.title << "pill: " + line(a.pill);
-        if (a.badge)
-            out << "badge: " + a.badge->text + (a.badge->live ? u" (live)"_s : QString());
-        if (a.autoButton)
-            out << "auto button: " + button(*a.autoButton);
-        if (a.noBrokerage) {
-            out << "no brokerage: " + *a.noBrokerage;
-        } else {
-            out << "equity: " + a.equity << "positions: " + line(a.positionCount.line)
-                << "position rows: " + QString::number(a.positions.size());
-            if (a.equityChange)
-                out << "equity change: " + line(*a.equityChange);
-            if (a.today)
-                out << "today: " + line(a.today->line);
-            for (const ui::PositionRow &row : a.positions)
-                out << "row: " + row.symbol + u' ' + (row.change ? line(*row.change) : u"-"_s) +
-                           u' ' + row.marketValue;
-            if (a.morePositions)
-                out << "more: " + *a.morePositions;
-        }
-        if (a.decision)
-            out << "decision: " + a.decision->line.text;
-        if (a.nextCycle)
-            out << "next cycle: " + a.nextCycle->line.text;
-        if (a.closingLine)
-            out << "closing: " + *a.closingLine;
-        break;
+    const ui::AccountBlock &a = p.account;
+    const bool account = p.state == ui::PersonalState::Account;
+    if (p.state == ui::PersonalState::SignedOut)
+        out << "state: signed out"
+            << "prompt: " + p.prompt << "sign in: " + Text::of(p.signIn);
+    else if (p.state == ui::PersonalState::Loading)
+        out << "state: loading"
+            << "loading: " + p.loading;
+    else
+        out << "state: account"
+            << "title: " + a.title << "pill: " + Text::of(a.pill) << line("badge", a.badge)
+            << line("auto button", a.autoButton) << line("no brokerage", a.noBrokerage)
+            << line("closing", a.closingLine);
+    if (account && !a.noBrokerage) {
+        out << "equity: " + a.equity << "positions: " + Text::of(a.positionCount)
+            << "position rows: " + QString::number(a.positions.size())
+            << line("equity change", a.equityChange) << line("today", a.today)
+            << line("more", a.morePositions);
+        for (const ui::PositionRow &row : a.positions)
+            out << "row: " + row.symbol + u' ' + (row.change ? Text::of(*row.change) : u"-"_s) +
+                       u' ' + row.marketValue;
     }
-    }
-    if (p.error)
-        out << "account error: " + line(*p.error);
+    if (account && a.decision)
+        out << "decision: " + a.decision->line.text;
+    if (account && a.nextCycle)
+        out << "next cycle: " + a.nextCycle->line.text;
+    out << line("account error", p.error);
 
     const ui::PublicSection &b = m.publicBook;
     out << "public title: " + b.title;
-    if (b.bigReturn) {
-        out << "return: " + line(*b.bigReturn) << "ideas: " + line(b.ideasOpen.line);
-        if (b.versusBenchmark)
-            out << "vs: " + *b.versusBenchmark;
-        if (b.lastUpdate)
-            out << "updated: " + line(b.lastUpdate->line);
-        if (b.sparkline)
-            out << "sparkline: " + QString::number(b.sparkline->size()) + " values (" +
-                       tone(b.sparklineTone) + u')';
-        if (b.errorLine)
-            out << "public error: " + *b.errorLine;
-    } else {
+    if (b.bigReturn)
+        out << "return: " + Text::of(*b.bigReturn) << "ideas: " + Text::of(b.ideasOpen)
+            << line("vs", b.versusBenchmark) << line("updated", b.lastUpdate)
+            << line("public error", b.errorLine);
+    else
         out << "placeholder: " + b.placeholder;
-    }
+    if (b.bigReturn && b.sparkline)
+        out << "sparkline: " + QString::number(b.sparkline->size()) + " values (" +
+                   Text::of(b.sparklineTone) + u')';
 
     const ui::Footer &f = m.footer;
-    out << "refresh: " + button(f.refresh)
+    out << "refresh: " + Text::of(f.refresh)
         << "login: " + f.startAtLogin + (f.launchAtLogin ? u" [on]"_s : u" [off]"_s)
-        << "language: " + picker(f.language);
-    if (f.signOut)
-        out << "sign out: " + *f.signOut;
+        << "language: " + Text::of(f.language) << line("sign out", f.signOut)
+        << line("updates", f.updates);
     if (f.showMetric)
-        out << "metric: " + f.metricLabel + u' ' + picker(f.metric);
-    if (f.updates)
-        out << "updates: " + *f.updates;
+        out << "metric: " + f.metricLabel + u' ' + Text::of(f.metric);
     for (const ui::Confirmation *c : {&m.pause, &m.enable})
         if (c->open)
             out << "dialog: " + c->title + " / " + c->confirm + " / " + c->cancel + " / " +
