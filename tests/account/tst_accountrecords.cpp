@@ -11,71 +11,41 @@ class TestAccountRecords : public QObject
 {
     Q_OBJECT
 
-    enum Kind { PortfolioBody, PositionsBody, SwingBody, TradesBody };
-
 private Q_SLOTS:
     void rejects_data()
     {
-        QTest::addColumn<int>("kind");
+        QTest::addColumn<char>("kind"); // Portfolio, poSitions, sWing or Trades
         QTest::addColumn<QByteArray>("body");
-        const auto row = [](const char *name, Kind kind, const char *body) {
-            QTest::newRow(name) << int(kind) << QByteArray(body);
+        const auto row = [](const char *name, char kind, const char *body) {
+            QTest::newRow(name) << kind << QByteArray(body);
         };
-        row("portfolio: no accounts", PortfolioBody, R"({"plan":"pro"})");
-        row("portfolio: accounts null", PortfolioBody, R"({"accounts":null})");
-        row("portfolio: count as string", PortfolioBody, R"({"accounts":[{"positions":"2"}]})");
-        row("portfolio: fractional count", PortfolioBody, R"({"accounts":[{"positions":2.5}]})");
-        row("portfolio: plan as number", PortfolioBody, R"({"accounts":[],"plan":1})");
-        row("portfolio: switch as number", PortfolioBody,
-            R"({"accounts":[],"worker":{"killSwitch":1}})");
-        row("portfolio: equity as string", PortfolioBody,
-            R"({"accounts":[],"totals":{"equity":"1"}})");
-        row("portfolio: account not an object", PortfolioBody, R"({"accounts":[1]})");
-        row("portfolio: array at the top", PortfolioBody, "[]");
-        row("portfolio: not JSON", PortfolioBody, "<html>");
-        row("portfolio: empty", PortfolioBody, "");
-        row("portfolio: cut off", PortfolioBody, R"({"accounts":[{"positions":1})");
-        row("positions: account without them", PositionsBody, R"({"accounts":[{}]})");
-        row("positions: no symbol", PositionsBody,
-            R"({"accounts":[{"positions":[{"marketValue":1}]}]})");
-        row("positions: value as string", PositionsBody,
+        row("portfolio: no accounts", 'p', R"({"plan":"pro"})");
+        row("portfolio: count as string", 'p', R"({"accounts":[{"positions":"2"}]})");
+        row("portfolio: fractional count", 'p', R"({"accounts":[{"positions":2.5}]})");
+        row("portfolio: switch as number", 'p', R"({"accounts":[],"worker":{"killSwitch":1}})");
+        row("portfolio: equity as string", 'p', R"({"accounts":[],"totals":{"equity":"1"}})");
+        row("portfolio: array at the top", 'p', "[]");
+        row("portfolio: cut off", 'p', R"({"accounts":[{"positions":1})");
+        row("positions: account without them", 's', R"({"accounts":[{}]})");
+        row("positions: value as string", 's',
             R"({"accounts":[{"positions":[{"symbol":"A","unrealizedPl":"1"}]}]})");
-        row("positions: no accounts", PositionsBody, "{}");
-        row("swing: no signals", SwingBody, R"({"decidedAt":"x"})");
-        row("swing: signal without symbol", SwingBody, R"({"decidedAt":"x","signals":[{}]})");
-        row("swing: decidedAt as number", SwingBody, R"({"decidedAt":1,"signals":[]})");
-        row("trades: no trades key", TradesBody, "{}");
-        row("trades: null trades", TradesBody, R"({"trades":null})");
-        row("trades: not a list", TradesBody, R"({"trades":{"symbol":"X"}})");
-        row("trades: one without symbol", TradesBody,
-            R"({"trades":[{"symbol":"X"},{"side":"b"}]})");
-        row("trades: null symbol", TradesBody, R"({"trades":[{"symbol":null}]})");
-        row("trades: null element", TradesBody, R"({"trades":[null]})");
-        row("trades: price as text", TradesBody,
-            R"({"trades":[{"symbol":"X","fill_price":"1.5"}]})");
-        row("trades: unused status still typed", TradesBody,
-            R"({"trades":[{"symbol":"X","status":1}]})");
-        row("trades: time as number", TradesBody, R"({"trades":[{"symbol":"X","filled_at":17}]})");
-        row("trades: not an object", TradesBody, R"([{"symbol":"X"}])");
+        row("swing: signal without symbol", 'w', R"({"decidedAt":"x","signals":[{}]})");
+        row("swing: decidedAt as number", 'w', R"({"decidedAt":1,"signals":[]})");
+        row("trades: null trades", 't', R"({"trades":null})");
+        row("trades: one without symbol", 't', R"({"trades":[{"symbol":"X"},{"side":"b"}]})");
+        row("trades: null element", 't', R"({"trades":[null]})");
+        row("trades: price as text", 't', R"({"trades":[{"symbol":"X","fill_price":"1.5"}]})");
+        row("trades: unused status still typed", 't', R"({"trades":[{"symbol":"X","status":1}]})");
     }
     void rejects()
     {
-        QFETCH(int, kind);
+        QFETCH(char, kind);
         QFETCH(QByteArray, body);
-        switch (Kind(kind)) {
-        case PortfolioBody:
-            QVERIFY(!decodePortfolio(body));
-            break;
-        case PositionsBody:
-            QVERIFY(!decodePositions(body));
-            break;
-        case SwingBody:
-            QVERIFY(!decodeSwing(body));
-            break;
-        case TradesBody:
-            QVERIFY(!decodeTrades(body));
-            break;
-        }
+        const bool decoded = kind == 'p'   ? bool(decodePortfolio(body))
+                             : kind == 's' ? bool(decodePositions(body))
+                             : kind == 'w' ? bool(decodeSwing(body))
+                                           : bool(decodeTrades(body));
+        QVERIFY(!decoded);
     }
 
     void portfolioCountsPositions_data()
@@ -88,7 +58,6 @@ private Q_SLOTS:
             "worker":{"status":"running","autoExecuteEnabled":true,"killSwitch":false,
             "tradingMode":"swing"},"unknown":[1,2]})")
                               << qint64(5);
-        QTest::newRow("empty accounts") << QByteArray(R"({"accounts":[]})") << qint64(0);
         QTest::newRow("missing count adds 0")
             << QByteArray(R"({"accounts":[{"label":"A"},{"positions":4}]})") << qint64(4);
         QTest::newRow("totals null") << QByteArray(R"({"accounts":[],"totals":null})") << qint64(0);
@@ -110,16 +79,10 @@ private Q_SLOTS:
             "environment":"paper","equity":10.5,"todayPnl":-0.0,"positions":1}],
             "totals":{"baseline":100},"worker":{"autoExecuteEnabled":false}})");
         QVERIFY(decoded);
-        QCOMPARE(decoded->plan, u"pro"_s);
-        QCOMPARE(decoded->accounts.size(), 1);
-        QCOMPARE(decoded->accounts[0].label, u"Main"_s);
         QCOMPARE(decoded->accounts[0].environment, u"paper"_s);
         QCOMPARE(decoded->accounts[0].equity, 10.5);
         QVERIFY(std::signbit(*decoded->accounts[0].todayPnl));
-        QCOMPARE(decoded->totals->baseline, 100.0);
-        QVERIFY(!decoded->totals->equity);
-        QCOMPARE(decoded->worker->autoExecuteEnabled, false);
-        QVERIFY(!decoded->worker->killSwitch);
+        QVERIFY(!decoded->totals->equity && !decoded->worker->killSwitch);
     }
 
     void positionsSort_data()
@@ -135,8 +98,6 @@ private Q_SLOTS:
             << QByteArray(R"({"accounts":[{"positions":[{"symbol":"N","marketValue":null},
                {"symbol":"P","marketValue":0.5}]}]})")
             << QStringList{u"P"_s, u"N"_s};
-        QTest::newRow("empty list")
-            << QByteArray(R"({"accounts":[{"positions":[]}]})") << QStringList{};
     }
     void positionsSort()
     {
@@ -180,7 +141,6 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("body");
         QTest::addColumn<QList<Trade>>("trades");
-        QTest::newRow("empty list") << QByteArray(R"({"trades":[]})") << QList<Trade>();
         QTest::newRow("every member, unknown keys ignored")
             << QByteArray(R"({"trades":[{"symbol":"AAPL","side":"buy","status":"filled",
                 "filled_at":"2026-03-02T15:00:00Z","fill_price":187.25,"qty":3}],"next":null})")

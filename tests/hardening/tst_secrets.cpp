@@ -23,12 +23,6 @@ class TestSecrets : public QObject
 
     void expose(const QString &where, const QByteArray &what) { m_exposed.append({where, what}); }
 
-    void exposeRun(const QString &name, const testing::ProcessRun &run)
-    {
-        expose(name + u" stdout"_s, run.out);
-        expose(name + u" stderr"_s, run.err);
-    }
-
     // A live `--follow --json` until it prints `shown` (the account loaded, or signed out) and
     // the keychain holds a session or not, as `signedIn` says, with its command line and
     // environment read from /proc while it runs.
@@ -59,8 +53,7 @@ class TestSecrets : public QObject
         }
         follow.terminate();
         QVERIFY(follow.waitForFinished(10000));
-        expose(name + u" stdout"_s, out + follow.readAllStandardOutput());
-        expose(name + u" stderr"_s, follow.readAllStandardError());
+        expose(name, out + follow.readAllStandardOutput() + follow.readAllStandardError());
     }
 
     // Every token the service handed out or was shown, as the stand-in saw them.
@@ -104,7 +97,7 @@ private Q_SLOTS:
             standin.server.clearRequests();
             const testing::ProcessRun run = binary.run(standin.url(), {argument});
             QCOMPARE(run.exitCode, 0);
-            exposeRun(argument, run);
+            expose(argument, run.out + run.err);
             seen += standin.server.requests();
         }
         const std::optional<QString> rotated =
@@ -132,15 +125,14 @@ private Q_SLOTS:
         }
         QVERIFY(QFile::exists(binary.settingsPath()));
 
-        int places = 0;
         for (const auto &[where, content] : std::as_const(m_exposed)) {
-            ++places;
             for (const QByteArray &token : std::as_const(tokens)) {
                 QVERIFY(token.size() >= 16);
                 QVERIFY2(!content.contains(token), qPrintable(u"a token in "_s + where));
             }
         }
-        qInfo("%d tokens checked in %d places: none found", int(tokens.size()), places);
+        qInfo("%d tokens checked in %d places: none found", int(tokens.size()),
+              int(m_exposed.size()));
     }
 };
 

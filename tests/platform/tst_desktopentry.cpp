@@ -147,16 +147,20 @@ private Q_SLOTS:
     void autostartRegistersAndUnregisters()
     {
         XdgAutostart item(u"/usr/bin/mireo-pulse"_s);
-        QCOMPARE(item.status(), LoginItem::Status::NotRegistered);
         QVERIFY(item.registerItem());
         QCOMPARE(item.status(), LoginItem::Status::Enabled);
-        const QByteArray text = read(autostartEntry());
-        QVERIFY(text.startsWith("[Desktop Entry]\n"));
-        QVERIFY(text.contains("\nExec=/usr/bin/mireo-pulse\n"));
-        QVERIFY(text.contains("\nType=Application\n"));
+        QVERIFY(read(autostartEntry()).contains("\nExec=/usr/bin/mireo-pulse\n"));
         QVERIFY(item.unregisterItem());
         QCOMPARE(item.status(), LoginItem::Status::NotRegistered);
         QVERIFY(item.unregisterItem()); // nothing left to remove is not a failure
+
+        // A file where the autostart folder should be: the entry cannot be written.
+        const QString folder = QFileInfo(autostartEntry()).path();
+        QVERIFY(QDir(folder).removeRecursively());
+        QFile blocker(folder);
+        QVERIFY(blocker.open(QIODevice::WriteOnly));
+        QVERIFY(!item.registerItem());
+        QFile::remove(folder);
     }
 
     void autostartEntriesTheUserDisabledAreOff_data()
@@ -182,20 +186,6 @@ private Q_SLOTS:
         file.write(entry);
         file.close();
         QCOMPARE(item.status() == LoginItem::Status::Enabled, enabled);
-    }
-
-    // A file where the autostart folder should be: the entry cannot be written.
-    void autostartRefusedRegistrationReportsFailure()
-    {
-        const QString folder = QFileInfo(autostartEntry()).path();
-        QVERIFY(QDir(folder).removeRecursively());
-        QFile blocker(folder);
-        QVERIFY(blocker.open(QIODevice::WriteOnly));
-        blocker.close();
-        XdgAutostart item(u"/usr/bin/mireo-pulse"_s);
-        QVERIFY(!item.registerItem());
-        QCOMPARE(item.status(), LoginItem::Status::NotRegistered);
-        QFile::remove(folder);
     }
 };
 
