@@ -52,12 +52,6 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("body");
         QTest::addColumn<qint64>("openPositions");
-        QTest::newRow("full") << QByteArray(R"({"plan":"pro","accounts":[
-            {"label":"Main","environment":"live","equity":1000.5,"todayPnl":-3,"positions":2},
-            {"positions":3}],"totals":{"equity":1,"todayPnl":2,"baseline":3},
-            "worker":{"status":"running","autoExecuteEnabled":true,"killSwitch":false,
-            "tradingMode":"swing"},"unknown":[1,2]})")
-                              << qint64(5);
         QTest::newRow("missing count adds 0")
             << QByteArray(R"({"accounts":[{"label":"A"},{"positions":4}]})") << qint64(4);
         QTest::newRow("totals null") << QByteArray(R"({"accounts":[],"totals":null})") << qint64(0);

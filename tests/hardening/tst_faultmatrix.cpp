@@ -22,9 +22,9 @@ enum class Fault {
     WrongTypes,
     Empty,
     Huge,
-    Moved,      // 308 to the same path on the same origin: followed, and it works
-    Loop,       // 302 to itself, hop after hop: a bounded number of requests, then a failure
-    ElsewhereTo // 307 to another origin, which answers 404: nothing secret may reach it
+    Moved,
+    Loop,
+    ElsewhereTo
 };
 
 struct EndpointCase
@@ -63,25 +63,23 @@ struct FaultCase
     int status = 200;
 };
 
-const QList<FaultCase> faults = {
-    {Fault::Good, "200"},
-    {Fault::Status, "204", 204},
-    {Fault::Status, "301", 301},
-    {Fault::Status, "400", 400},
-    {Fault::Status, "401", 401},
-    {Fault::Status, "404", 404},
-    {Fault::Status, "500", 500},
-    {Fault::Status, "503", 503},
-    {Fault::Slow, "slow"},
-    {Fault::Dropped, "cut"},
-    {Fault::NotJson, "html"},
-    {Fault::WrongTypes, "types"},
-    {Fault::Empty, "empty"},
-    {Fault::Huge, "50MB"},
-    {Fault::Moved, "moved", 308},
-    {Fault::Loop, "loop", 302},
-    {Fault::ElsewhereTo, "away", 307},
-};
+const QList<FaultCase> faults = {{Fault::Good, "200"},
+                                 {Fault::Status, "204", 204},
+                                 {Fault::Status, "301", 301},
+                                 {Fault::Status, "400", 400},
+                                 {Fault::Status, "401", 401},
+                                 {Fault::Status, "404", 404},
+                                 {Fault::Status, "500", 500},
+                                 {Fault::Status, "503", 503},
+                                 {Fault::Slow, "slow"},
+                                 {Fault::Dropped, "cut"},
+                                 {Fault::NotJson, "html"},
+                                 {Fault::WrongTypes, "types"},
+                                 {Fault::Empty, "empty"},
+                                 {Fault::Huge, "50MB"},
+                                 {Fault::Moved, "moved", 308},
+                                 {Fault::Loop, "loop", 302},
+                                 {Fault::ElsewhereTo, "away", 307}};
 
 // How many requests one fetch of a path costs under `fault`: redirects add theirs.
 int hopsFor(Fault fault)
@@ -128,15 +126,18 @@ standin::Override answerFor(const EndpointCase &target, const FaultCase &fault,
     case Fault::Huge:
         answer.body += QByteArray(50 * 1024 * 1024 - answer.body.size(), ' ');
         break;
-    // The same resource at an address of its own; the token grant keeps its query.
+    // 308 to the same resource at an address of its own on the same origin: followed, and it
+    // works; the token grant keeps its query.
     case Fault::Moved:
         answer.location =
             QByteArray(target.path) +
             (target.endpoint == Endpoint::Token ? "?grant_type=refresh_token&moved=1" : "?moved=1");
         break;
+    // 302 to itself, hop after hop: a bounded number of requests, then a failure.
     case Fault::Loop:
         answer.location = target.path;
         break;
+    // 307 to another origin, which answers 404: nothing secret may reach it.
     case Fault::ElsewhereTo:
         answer.location = elsewhere.resolved(QUrl(QString::fromLatin1(target.path))).toEncoded();
         break;
@@ -166,18 +167,10 @@ class TestFaultMatrix : public QObject
 
     QMap<int, QMap<int, QString>> m_matrix; // endpoint, fault row -> "ok" / "FAIL"
 
-    int requestsTo(const char *path) const
-    {
-        return m_standin.requestsTo(QString::fromLatin1(path));
-    }
-
     QJsonObject statusRun()
     {
         m_standin.server.clearRequests();
-        testing::ProcessRun run;
-        const QJsonObject status = m_binary->status(m_standin.url(), &run);
-        if (status.isEmpty())
-            qWarning("mireo-pulse failed (%d): %s", run.exitCode, run.err.constData());
+        const QJsonObject status = m_binary->status(m_standin.url());
         if (const QJsonValue asOf = status[u"account"_s][u"portfolioAsOf"_s]; asOf.isString())
             m_cachedAsOf = asOf.toString();
         return status;
@@ -261,7 +254,7 @@ private Q_SLOTS:
                                  (each.endpoint == Endpoint::Portfolio && noSession) ||
                                  (each.endpoint >= Endpoint::Swing && noFollowUps);
             const int times = skipped ? 0 : each.endpoint == target.endpoint ? hops : 1;
-            QVERIFY2(requestsTo(each.path) == times, each.path);
+            QVERIFY2(m_standin.requestsTo(QString::fromLatin1(each.path)) == times, each.path);
         }
 
         // The other origin got what a redirect sent it, and nothing that was only ours.

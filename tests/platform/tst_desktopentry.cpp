@@ -66,9 +66,6 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("path");
         QTest::addColumn<QString>("exec");
-        QTest::newRow("plain") << u"/opt/mireo/bin/mireo-pulse"_s
-                               << u"/opt/mireo/bin/mireo-pulse"_s;
-        QTest::newRow("space") << u"/home/a b/mireo-pulse"_s << u"\"/home/a b/mireo-pulse\""_s;
         QTest::newRow("dollar") << u"/tmp/x$y/mireo-pulse"_s << u"\"/tmp/x\\\\$y/mireo-pulse\""_s;
         QTest::newRow("percent, a field code otherwise")
             << u"/tmp/100%/mireo-pulse"_s << u"/tmp/100%%/mireo-pulse"_s;

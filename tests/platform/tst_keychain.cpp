@@ -4,7 +4,6 @@
 #include "support/PrivateKeyring.h"
 
 #include <QCoroTask>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
@@ -56,14 +55,9 @@ private Q_SLOTS:
 
     void aMissingHelperIsNoAnswer()
     {
-        QElapsedTimer spent;
-        spent.start();
-        {
-            KeychainProcessStore store(u"/nonexistent/mireo-pulse-keychain"_s, service);
-            QCoro::waitFor(store.replace(key, u"lost"_s));
-            QVERIFY(!QCoro::waitFor(store.read(key)).answered);
-        }
-        QVERIFY(spent.elapsed() < 5000);
+        KeychainProcessStore store(u"/nonexistent/mireo-pulse-keychain"_s, service);
+        QCoro::waitFor(store.replace(key, u"lost"_s));
+        QVERIFY(!QCoro::waitFor(store.read(key)).answered);
         QVERIFY(!KeychainSecretStore(service).read(key));
     }
 
