@@ -3,8 +3,36 @@
 
 #include <QTest>
 #include <cmath>
+#include <string>
 
 using namespace Qt::StringLiterals;
+
+namespace {
+// What a body decodes to, in one line: the open positions of a portfolio, the symbols of the
+// positions in their sorted order, today's decision's symbols ("-": none yet); or "rejected".
+QString decoded(char kind, const QByteArray &body)
+{
+    QStringList symbols;
+    if (kind == 'p') {
+        if (const auto portfolio = decodePortfolio(body))
+            return QString::fromStdString(std::to_string(portfolio->openPositions()));
+    } else if (kind == 's') {
+        if (const auto positions = decodePositions(body)) {
+            QList<Position> sorted = positions->flattened();
+            sortPositions(sorted);
+            for (const Position &position : sorted)
+                symbols << position.id();
+            return symbols.join(u' ');
+        }
+    } else if (kind == 'w') {
+        if (const auto swing = decodeSwing(body))
+            return swing->decision() ? swing->decision()->symbols.join(u' ') : u"-"_s;
+    } else if (decodeTrades(body)) {
+        return u"trades"_s;
+    }
+    return u"rejected"_s;
+}
+} // namespace
 
 // The account bodies decode strictly: one wrong member fails the whole body.
 class TestAccountRecords : public QObject
@@ -12,13 +40,19 @@ class TestAccountRecords : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void rejects_data()
+    void decodes_data()
     {
         QTest::addColumn<char>("kind"); // Portfolio, poSitions, sWing or Trades
         QTest::addColumn<QByteArray>("body");
-        const auto row = [](const char *name, char kind, const char *body) {
-            QTest::newRow(name) << kind << QByteArray(body);
+        QTest::addColumn<QString>("result");
+        const auto row = [](const char *name, char kind, const char *body,
+                            const QString &result = u"rejected"_s) {
+            QTest::newRow(name) << kind << QByteArray(body) << result;
         };
+        row("portfolio: missing count adds 0", 'p',
+            R"({"accounts":[{"label":"A"},{"positions":4}]})", u"4"_s);
+        row("portfolio: totals null", 'p', R"({"accounts":[],"totals":null})", u"0"_s);
+        row("portfolio: integral float count", 'p', R"({"accounts":[{"positions":2.0}]})", u"2"_s);
         row("portfolio: no accounts", 'p', R"({"plan":"pro"})");
         row("portfolio: count as string", 'p', R"({"accounts":[{"positions":"2"}]})");
         row("portfolio: fractional count", 'p', R"({"accounts":[{"positions":2.5}]})");
@@ -26,9 +60,25 @@ private Q_SLOTS:
         row("portfolio: equity as string", 'p', R"({"accounts":[],"totals":{"equity":"1"}})");
         row("portfolio: array at the top", 'p', "[]");
         row("portfolio: cut off", 'p', R"({"accounts":[{"positions":1})");
+        row("positions: by value across accounts, stable", 's',
+            R"({"accounts":[{"positions":[{"symbol":"A","marketValue":5},{"symbol":"B"},
+            {"symbol":"C","marketValue":12}]},{"positions":[{"symbol":"D","marketValue":5},
+            {"symbol":"E","marketValue":-1}]}]})",
+            u"C A D B E"_s);
+        row("positions: null value counts as 0", 's',
+            R"({"accounts":[{"positions":[{"symbol":"N","marketValue":null},
+            {"symbol":"P","marketValue":0.5}]}]})",
+            u"P N"_s);
         row("positions: account without them", 's', R"({"accounts":[{}]})");
         row("positions: value as string", 's',
             R"({"accounts":[{"positions":[{"symbol":"A","unrealizedPl":"1"}]}]})");
+        row("swing: decision", 'w', R"({"decidedAt":"2025-03-07T15:15:00.000Z",
+            "signals":[{"symbol":"NVDA"},{"symbol":"AAPL","extra":1}]})",
+            u"NVDA AAPL"_s);
+        row("swing: decided, no trade", 'w',
+            R"({"decidedAt":"2025-03-07T15:15:00.000Z","signals":[]})", QString());
+        row("swing: no decision yet", 'w', R"({"signals":[]})", u"-"_s);
+        row("swing: decidedAt null", 'w', R"({"decidedAt":null,"signals":[]})", u"-"_s);
         row("swing: signal without symbol", 'w', R"({"decidedAt":"x","signals":[{}]})");
         row("swing: decidedAt as number", 'w', R"({"decidedAt":1,"signals":[]})");
         row("trades: null trades", 't', R"({"trades":null})");
@@ -37,34 +87,12 @@ private Q_SLOTS:
         row("trades: price as text", 't', R"({"trades":[{"symbol":"X","fill_price":"1.5"}]})");
         row("trades: unused status still typed", 't', R"({"trades":[{"symbol":"X","status":1}]})");
     }
-    void rejects()
+    void decodes()
     {
         QFETCH(char, kind);
         QFETCH(QByteArray, body);
-        const bool decoded = kind == 'p'   ? bool(decodePortfolio(body))
-                             : kind == 's' ? bool(decodePositions(body))
-                             : kind == 'w' ? bool(decodeSwing(body))
-                                           : bool(decodeTrades(body));
-        QVERIFY(!decoded);
-    }
-
-    void portfolioCountsPositions_data()
-    {
-        QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<qint64>("openPositions");
-        QTest::newRow("missing count adds 0")
-            << QByteArray(R"({"accounts":[{"label":"A"},{"positions":4}]})") << qint64(4);
-        QTest::newRow("totals null") << QByteArray(R"({"accounts":[],"totals":null})") << qint64(0);
-        QTest::newRow("integral float count")
-            << QByteArray(R"({"accounts":[{"positions":2.0}]})") << qint64(2);
-    }
-    void portfolioCountsPositions()
-    {
-        QFETCH(QByteArray, body);
-        QFETCH(qint64, openPositions);
-        const std::optional<Portfolio> decoded = decodePortfolio(body);
-        QVERIFY(decoded);
-        QCOMPARE(decoded->openPositions(), openPositions);
+        QFETCH(QString, result);
+        QCOMPARE(decoded(kind, body), result);
     }
 
     void portfolioMembers()
@@ -77,58 +105,6 @@ private Q_SLOTS:
         QCOMPARE(decoded->accounts[0].equity, 10.5);
         QVERIFY(std::signbit(*decoded->accounts[0].todayPnl));
         QVERIFY(!decoded->totals->equity && !decoded->worker->killSwitch);
-    }
-
-    void positionsSort_data()
-    {
-        QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<QStringList>("symbols"); // after flattening and sorting
-        QTest::newRow("by value across accounts, stable")
-            << QByteArray(R"({"accounts":[{"positions":[{"symbol":"A","marketValue":5},
-               {"symbol":"B"},{"symbol":"C","marketValue":12}]},
-               {"positions":[{"symbol":"D","marketValue":5},{"symbol":"E","marketValue":-1}]}]})")
-            << QStringList{u"C"_s, u"A"_s, u"D"_s, u"B"_s, u"E"_s};
-        QTest::newRow("null value counts as 0")
-            << QByteArray(R"({"accounts":[{"positions":[{"symbol":"N","marketValue":null},
-               {"symbol":"P","marketValue":0.5}]}]})")
-            << QStringList{u"P"_s, u"N"_s};
-    }
-    void positionsSort()
-    {
-        QFETCH(QByteArray, body);
-        QFETCH(QStringList, symbols);
-        const auto decoded = decodePositions(body);
-        QVERIFY(decoded);
-        QList<Position> sorted = decoded->flattened();
-        sortPositions(sorted);
-        QStringList actual;
-        for (const Position &position : sorted)
-            actual.append(position.id());
-        QCOMPARE(actual, symbols);
-    }
-
-    void swingDecision_data()
-    {
-        QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<QStringList>("symbols"); // "-": no decision yet
-        QTest::newRow("decision") << QByteArray(R"({"decidedAt":"2025-03-07T15:15:00.000Z",
-            "signals":[{"symbol":"NVDA"},{"symbol":"AAPL","extra":1}]})")
-                                  << QStringList{u"NVDA"_s, u"AAPL"_s};
-        QTest::newRow("decided, no trade")
-            << QByteArray(R"({"decidedAt":"2025-03-07T15:15:00.000Z","signals":[]})")
-            << QStringList{};
-        QTest::newRow("no decision yet") << QByteArray(R"({"signals":[]})") << QStringList{u"-"_s};
-        QTest::newRow("decidedAt null")
-            << QByteArray(R"({"decidedAt":null,"signals":[]})") << QStringList{u"-"_s};
-    }
-    void swingDecision()
-    {
-        QFETCH(QByteArray, body);
-        QFETCH(QStringList, symbols);
-        const auto decoded = decodeSwing(body);
-        QVERIFY(decoded);
-        const auto decision = decoded->decision();
-        QCOMPARE(decision ? decision->symbols : QStringList{u"-"_s}, symbols);
     }
 
     void trades_data()

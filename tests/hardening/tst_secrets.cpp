@@ -33,24 +33,21 @@ class TestSecrets : public QObject
         QProcess follow;
         binary.start(follow, standin.url(), {u"--follow"_s, u"--json"_s});
         QByteArray out;
-        QVERIFY2(QTest::qWaitFor(
-                     [&] {
-                         return (out += follow.readAllStandardOutput()).contains(shown) &&
-                                testing::appKeychain().read(testing::refreshTokenKey).has_value() ==
-                                    signedIn;
-                     },
-                     20000),
-                 shown.constData());
-        const QString proc = u"/proc/%1/"_s.arg(follow.processId());
-        for (const char *file : {"cmdline", "environ"}) {
-            QFile entry(proc + QLatin1StringView(file));
+        const auto shownAndStored = [&] {
+            out += follow.readAllStandardOutput();
+            const bool stored = testing::appKeychain().read(testing::refreshTokenKey).has_value();
+            return out.contains(shown) && stored == signedIn;
+        };
+        QVERIFY2(QTest::qWaitFor(shownAndStored, 20000), shown.constData());
+        QByteArray proc;
+        for (const QString &file : {u"cmdline"_s, u"environ"_s}) {
+            QFile entry(u"/proc/%1/"_s.arg(follow.processId()) + file);
             QVERIFY(entry.open(QIODevice::ReadOnly));
-            const QByteArray content = entry.readAll();
-            // The places are read for real: the command line and the environment are there.
-            QVERIFY(content.contains(file == QByteArrayView("cmdline") ? "--follow"
-                                                                       : "MIREO_SITE_URL"));
-            expose(name + u" /proc/pid/"_s + QLatin1StringView(file), content);
+            proc += entry.readAll();
         }
+        // The places are read for real: the command line and the environment are there.
+        QVERIFY(proc.contains("--follow") && proc.contains("MIREO_SITE_URL"));
+        expose(name + u" /proc/pid/{cmdline,environ}"_s, proc);
         follow.terminate();
         QVERIFY(follow.waitForFinished(10000));
         expose(name, out + follow.readAllStandardOutput() + follow.readAllStandardError());
