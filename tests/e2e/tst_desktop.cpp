@@ -174,7 +174,6 @@ class TestDesktop : public QObject
         QTRY_VERIFY_WITH_TIMEOUT(!stillMapped(popover), 10000);
     }
 
-    // Starts the app and waits for its item to register; the registration's bus name is kept.
     void launch()
     {
         QSignalSpy registered(m_watcher.get(), &SniWatcher::itemRegistered);
@@ -196,7 +195,6 @@ class TestDesktop : public QObject
         m_app->waitForFinished();
         m_app.reset();
     }
-    // Each refresh token the app and its surfaces presented, in order.
     QStringList presentedRefreshTokens() const
     {
         QStringList tokens;
@@ -283,7 +281,6 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(windows().isEmpty(), 10000);
     }
 
-    // The hot key and a second launch toggle the quick panel.
     void hotKeyAndSecondLaunchToggleTheQuickPanel()
     {
         const QList<testing::MappedWindow> before = windows();

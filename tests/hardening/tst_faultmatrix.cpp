@@ -160,7 +160,6 @@ class TestFaultMatrix : public QObject
     // Another origin, where redirects may point: it must never see a credential or a token.
     testing::StandinFixture m_elsewhere;
 
-    // The good state every case starts from.
     bool m_primed = false;
     QJsonObject m_good;
     QString m_cachedAsOf;
@@ -280,7 +279,6 @@ private Q_SLOTS:
         QCOMPARE(pub[u"sparkline"_s].toArray().isEmpty(),
                  on(Endpoint::TrackRecord) || on(Endpoint::Stats));
 
-        // The account side.
         const bool deadSession = on(Endpoint::Token) && (kind.status == 400 || kind.status == 401);
         const QString stored =
             testing::appKeychain().read(testing::refreshTokenKey).value_or(QString());

@@ -193,46 +193,43 @@ private Q_SLOTS:
 
     void killSwitch_data()
     {
-        QTest::addColumn<QVariant>("mark");             // invalid: never written
-        QTest::addColumn<QList<QByteArray>>("workers"); // one check per worker, "-": no portfolio
+        QTest::addColumn<QVariant>("mark"); // invalid: never written
+        // One check per character: the switch '1' on, '0' off, 'n' null; 'w' a portfolio
+        // without a worker, '-' no portfolio.
+        QTest::addColumn<QByteArray>("switches");
         QTest::addColumn<QVariant>("markAfter");
         QTest::addColumn<QStringList>("posted");
+        const auto row = [](const char *name, QVariant mark, const char *switches, QVariant after,
+                            const QStringList &posted) {
+            QTest::newRow(name) << mark << QByteArray(switches) << after << posted;
+        };
         const QString on = u"killswitch-on | Kill switch activated | Mireo stopped executing on "
                            u"your account. Check the app."_s;
         const QString off = u"killswitch-off | Kill switch cleared | Automatic execution is "
                             u"available again."_s;
-        const QByteArray switchOn = R"("worker":{"killSwitch":true})";
-        const QByteArray switchOff = R"("worker":{"killSwitch":false})";
-        using Workers = QList<QByteArray>;
-        QTest::newRow("first sighting on is announced")
-            << QVariant() << Workers{switchOn} << QVariant(true) << QStringList{on};
-        QTest::newRow("first sighting off is silent")
-            << QVariant() << Workers{switchOff} << QVariant(false) << QStringList();
-        QTest::newRow("on, on announces once")
-            << QVariant() << Workers{switchOn, switchOn} << QVariant(true) << QStringList{on};
-        QTest::newRow("on, off") << QVariant() << Workers{switchOn, switchOff} << QVariant(false)
-                                 << QStringList{on, off};
-        QTest::newRow("null switch counts as off")
-            << QVariant(true) << Workers{R"("worker":{"killSwitch":null})"} << QVariant(false)
-            << QStringList{off};
-        QTest::newRow("no worker leaves the mark")
-            << QVariant(true) << Workers{""} << QVariant(true) << QStringList();
-        QTest::newRow("no portfolio leaves the mark")
-            << QVariant() << Workers{"-"} << QVariant() << QStringList();
+        row("first sighting on is announced", {}, "1", true, {on});
+        row("first sighting off is silent", {}, "0", false, {});
+        row("on, on announces once", {}, "11", true, {on});
+        row("on, off", {}, "10", false, {on, off});
+        row("null switch counts as off", true, "n", false, {off});
+        row("no worker leaves the mark", true, "w", true, {});
+        row("no portfolio leaves the mark", {}, "-", {}, {});
     }
     void killSwitch()
     {
         QFETCH(QVariant, mark);
-        QFETCH(QList<QByteArray>, workers);
+        QFETCH(QByteArray, switches);
         QFETCH(QVariant, markAfter);
         QFETCH(QStringList, posted);
         Rig rig;
         QVERIFY(rig.start());
         if (mark.isValid())
             rig.marks->setBoolean(killSwitchKey, mark.toBool());
-        for (const QByteArray &worker : workers) {
-            if (worker != "-")
-                rig.holdPortfolio(worker);
+        for (const char state : switches) {
+            const QByteArray value = state == '1' ? "true" : state == '0' ? "false" : "null";
+            if (state != '-')
+                rig.holdPortfolio(state == 'w' ? QByteArray()
+                                               : R"("worker":{"killSwitch":)" + value + "}");
             rig.check(404, {}, 404, {});
         }
         QCOMPARE(lines(rig.notifier.delivered), posted);

@@ -91,14 +91,12 @@ private Q_SLOTS:
             QString::fromUtf8(read(dataHome() + u"/applications/com.mireo.Pulse.desktop"_s));
         for (const QString &line :
              {u"Exec=\""_s + binary + u"\" %u"_s, u"MimeType=x-scheme-handler/mireopulse;"_s,
-              u"Icon=mireo-pulse"_s, u"NoDisplay=false"_s, u"Categories=Office;Finance;"_s,
               u"DBusActivatable=true"_s})
             QVERIFY2(entry.contains(u'\n' + line + u'\n'), qPrintable(line));
         // The bus starts this binary for a launcher's Activate or Open.
         QCOMPARE(read(dataHome() + u"/dbus-1/services/com.mireo.Pulse.service"_s),
                  "[D-BUS Service]\nName=com.mireo.Pulse\nExec=\"" + binary.toUtf8() + "\"\n");
-        QVERIFY(read(dataHome() + u"/icons/hicolor/scalable/apps/mireo-pulse.svg"_s)
-                    .contains("#D4A843"));
+        QVERIFY(QFile::exists(dataHome() + u"/icons/hicolor/scalable/apps/mireo-pulse.svg"_s));
         QTRY_COMPARE(helperCalls().size(), 2);
         QVERIFY(helperCalls().contains(
             u"first xdg-mime default com.mireo.Pulse.desktop x-scheme-handler/mireopulse"_s));
