@@ -81,19 +81,6 @@ const QList<FaultCase> faults = {{Fault::Good, "200"},
                                  {Fault::Loop, "loop", 302},
                                  {Fault::ElsewhereTo, "away", 307}};
 
-// How many requests one fetch of a path costs under `fault`: redirects add theirs.
-int hopsFor(Fault fault)
-{
-    switch (fault) {
-    case Fault::Moved:
-        return 2;
-    case Fault::Loop:
-        return net::HttpClient::maxRedirects + 1;
-    default:
-        return 1;
-    }
-}
-
 standin::Override answerFor(const EndpointCase &target, const FaultCase &fault,
                             const QUrl &elsewhere)
 {
@@ -225,7 +212,10 @@ private Q_SLOTS:
         m_matrix[endpoint][fault] = u"FAIL"_s;
         m_primed = false;
 
-        const int hops = hopsFor(kind.fault);
+        // How many requests one fetch of the path costs: redirects add theirs.
+        const int hops = kind.fault == Fault::Moved  ? 2
+                         : kind.fault == Fault::Loop ? net::HttpClient::maxRedirects + 1
+                                                     : 1;
         if (kind.fault != Fault::Good)
             m_standin.server.overrideNext(QString::fromLatin1(target.path),
                                           answerFor(target, kind, m_elsewhere.url()),
