@@ -2,7 +2,6 @@
 #include "notify/TradeRecords.h"
 
 #include <QTest>
-#include <cmath>
 #include <string>
 
 using namespace Qt::StringLiterals;
@@ -95,18 +94,6 @@ private Q_SLOTS:
         QFETCH(QByteArray, body);
         QFETCH(QString, result);
         QCOMPARE(decoded(kind, body), result);
-    }
-
-    void portfolioMembers()
-    {
-        const auto decoded = decodePortfolio(R"({"plan":"pro","accounts":[{"label":"Main",
-            "environment":"paper","equity":10.5,"todayPnl":-0.0,"positions":1}],
-            "totals":{"baseline":100},"worker":{"autoExecuteEnabled":false}})");
-        QVERIFY(decoded);
-        QCOMPARE(decoded->accounts[0].environment, u"paper"_s);
-        QCOMPARE(decoded->accounts[0].equity, 10.5);
-        QVERIFY(std::signbit(*decoded->accounts[0].todayPnl));
-        QVERIFY(!decoded->totals->equity && !decoded->worker->killSwitch);
     }
 };
 

@@ -86,28 +86,6 @@ private Q_SLOTS:
         QVERIFY2(ticks >= 10, qPrintable(QString::number(ticks)));
     }
 
-    void helperRequestsSurviveTheirTransport_data()
-    {
-        QTest::addColumn<QByteArray>("line");
-        QTest::addColumn<bool>("valid");
-        using namespace keychain_requests;
-        QTest::newRow("replace with an empty value") << encode({Kind::Replace, key, {}}) << true;
-        QTest::newRow("unknown verb") << QByteArray("erase c2VjcmV0\n") << false;
-        QTest::newRow("not base64") << QByteArray("read ***\n") << false;
-        QTest::newRow("empty key") << QByteArray("read \n") << false;
-        QTest::newRow("replace without a value") << QByteArray("replace c2VjcmV0\n") << false;
-        QTest::newRow("extra word") << QByteArray("remove c2VjcmV0 eA\n") << false;
-    }
-    void helperRequestsSurviveTheirTransport()
-    {
-        QFETCH(QByteArray, line);
-        QFETCH(bool, valid);
-        const auto request = keychain_requests::decodeRequest(line);
-        QCOMPARE(request.has_value(), valid);
-        if (request)
-            QCOMPARE(keychain_requests::encode(*request), line);
-    }
-
     void helperAnswersThatAreNotWholeLinesAreNone_data()
     {
         QTest::addColumn<QByteArray>("output");
