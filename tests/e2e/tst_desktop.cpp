@@ -168,11 +168,6 @@ class TestDesktop : public QObject
         }
         return std::nullopt;
     }
-    void closePopover(const testing::MappedWindow &popover)
-    {
-        QVERIFY(activate());
-        QTRY_VERIFY_WITH_TIMEOUT(!stillMapped(popover), 10000);
-    }
 
     void launch()
     {
@@ -198,10 +193,9 @@ class TestDesktop : public QObject
     QStringList presentedRefreshTokens() const
     {
         QStringList tokens;
-        for (const auto &request : m_standin.server.requests()) {
+        for (const auto &request : m_standin.server.requests())
             if (request.path == u"/auth/v1/token")
                 tokens << QJsonDocument::fromJson(request.body)[u"refresh_token"_s].toString();
-        }
         return tokens;
     }
     // A backend that rotates refresh tokens refuses one presented twice: the session would end.
@@ -327,7 +321,8 @@ private Q_SLOTS:
         const auto popover = openPopover();
         QVERIFY(popover);
         screenshot(u"desktop-popover-signed-in.png"_s, popover->frame);
-        closePopover(*popover);
+        QVERIFY(activate());
+        QTRY_VERIFY_WITH_TIMEOUT(!stillMapped(*popover), 10000);
     }
 
     // A status bar beside the app, past several of the app's own renewals: the surfaces read

@@ -229,20 +229,42 @@ private Q_SLOTS:
 
     // The checks run in order, a failing trades call does not keep the kill switch from being
     // looked at, and two checks at once (the launch's and the first poll tick's) announce once.
-    void checksRunInOrderAndOnce_data()
+    // Before the permission answer, refused or signed out, nothing is asked or announced.
+    void checks_data()
     {
         QTest::addColumn<int>("tradesStatus");
         QTest::addColumn<int>("checks");
-        QTest::newRow("trades fail") << 500 << 1;
-        QTest::newRow("trades announce a fill") << 200 << 1;
-        QTest::newRow("two checks at once") << 200 << 2;
+        QTest::addColumn<QVariant>("permission"); // invalid: not answered yet
+        QTest::addColumn<bool>("signedIn");
+        QTest::addColumn<QStringList>("posted");
+        const QString decision = u"decision-2026-03-03T14:15:00.000Z"_s;
+        const QString fill = u"fill-2026-03-03T15:00:00Z-F"_s, kill = u"killswitch-on"_s;
+        QTest::newRow("trades fail")
+            << 500 << 1 << QVariant(true) << true << QStringList{decision, kill};
+        QTest::newRow("trades announce a fill")
+            << 200 << 1 << QVariant(true) << true << QStringList{decision, fill, kill};
+        QTest::newRow("two checks at once")
+            << 200 << 2 << QVariant(true) << true << QStringList{decision, fill, kill};
+        QTest::newRow("before the permission answer")
+            << 200 << 1 << QVariant() << true << QStringList();
+        QTest::newRow("permission refused") << 200 << 1 << QVariant(false) << true << QStringList();
+        QTest::newRow("signed out") << 200 << 1 << QVariant(true) << false << QStringList();
     }
-    void checksRunInOrderAndOnce()
+    void checks()
     {
         QFETCH(int, tradesStatus);
         QFETCH(int, checks);
+        QFETCH(QVariant, permission);
+        QFETCH(bool, signedIn);
+        QFETCH(QStringList, posted);
         Rig rig;
-        QVERIFY(rig.start());
+        if (signedIn)
+            QVERIFY(rig.signIn());
+        else
+            rig.startAndRestore();
+        rig.notifications.requestPermission();
+        if (permission.isValid())
+            rig.notifier.answer(permission.toBool());
         rig.marks->setString(decisionKey, u"2026-03-02T14:15:00.000Z"_s);
         rig.marks->setString(fillKey, u"2026-03-02T15:00:00Z"_s);
         rig.holdPortfolio(R"("worker":{"killSwitch":true})");
@@ -255,43 +277,15 @@ private Q_SLOTS:
         for (QCoro::Task<> &check : running)
             QCoro::waitFor(check);
 
-        QStringList expected{u"decision-2026-03-03T14:15:00.000Z"_s, u"killswitch-on"_s};
-        if (tradesStatus == 200)
-            expected.insert(1, u"fill-2026-03-03T15:00:00Z-F"_s);
-        QCOMPARE(lines(rig.notifier.delivered, true), expected);
-        QCOMPARE(rig.standin.server.requests().size(), 2 * checks);
-        QCOMPARE(rig.standin.server.requests().first().path, swingPath);
-    }
-
-    void gateClosedDoesNothing_data()
-    {
-        QTest::addColumn<QVariant>("permission"); // invalid: not answered yet
-        QTest::addColumn<bool>("signedIn");
-        QTest::newRow("before the permission answer") << QVariant() << true;
-        QTest::newRow("permission refused") << QVariant(false) << true;
-        QTest::newRow("signed out") << QVariant(true) << false;
-    }
-    void gateClosedDoesNothing()
-    {
-        QFETCH(QVariant, permission);
-        QFETCH(bool, signedIn);
-        Rig rig;
-        if (signedIn)
-            QVERIFY(rig.signIn());
-        else
-            rig.startAndRestore();
-        rig.holdPortfolio(R"("worker":{"killSwitch":true})");
-        rig.notifications.requestPermission();
-        if (permission.isValid())
-            rig.notifier.answer(permission.toBool());
-
-        rig.check(200, swing("2026-03-03T14:15:00.000Z"), 200,
-                  trades(R"({"symbol":"F","filled_at":"2026-03-03T15:00:00Z"})"));
-        QCOMPARE(rig.notifier.delivered.size(), 0);
-        QCOMPARE(rig.standin.server.requests().size(), 0);
-        QCOMPARE(rig.marks->string(decisionKey), std::nullopt);
-        QCOMPARE(rig.marks->string(fillKey), std::nullopt);
-        QCOMPARE(rig.marks->boolean(killSwitchKey), std::nullopt);
+        QCOMPARE(lines(rig.notifier.delivered, true), posted);
+        const auto &requests = rig.standin.server.requests();
+        QCOMPARE(requests.size(), posted.isEmpty() ? 0 : 2 * checks);
+        if (posted.isEmpty()) {
+            QCOMPARE(rig.marks->string(decisionKey), u"2026-03-02T14:15:00.000Z"_s);
+            QCOMPARE(rig.marks->boolean(killSwitchKey), std::nullopt);
+        } else {
+            QCOMPARE(requests.first().path, swingPath);
+        }
     }
 };
 
