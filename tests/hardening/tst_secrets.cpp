@@ -26,10 +26,9 @@ class TestSecrets : public QObject
     // A live `--follow --json` until it prints `shown` (the account loaded, or signed out) and
     // the keychain holds a session or not, as `signedIn` says, with its command line and
     // environment read from /proc while it runs.
-    void followUntil(const testing::PulseBinary &binary, testing::StandinFixture &standin,
+    void followUntil(const testing::PulseBinary &binary, const testing::StandinFixture &standin,
                      const QByteArray &shown, bool signedIn, const QString &name)
     {
-        standin.server.clearRequests();
         QProcess follow;
         binary.start(follow, standin.url(), {u"--follow"_s, u"--json"_s});
         QByteArray out;
@@ -79,7 +78,6 @@ private Q_SLOTS:
         testing::StandinFixture standin;
         testing::PulseBinary binary(m_keyring.environment());
         QSet<QByteArray> tokens;
-        QList<standin::LoggedRequest> seen;
 
         // A session as the sign-in page would hand it over, stored where the app keeps it.
         const standin::Session session = standin.server.issueSession();
@@ -88,14 +86,11 @@ private Q_SLOTS:
 
         // A live process renews the session and loads the account.
         followUntil(binary, standin, R"("positions":[{)", true, u"follow"_s);
-        seen += standin.server.requests();
         // Two more runs, each renewing the rotated token again.
         for (const QString &argument : {u"--status-json"_s, u"--print-title"_s}) {
-            standin.server.clearRequests();
             const testing::ProcessRun run = binary.run(standin.url(), {argument});
             QCOMPARE(run.exitCode, 0);
             expose(argument, run.out + run.err);
-            seen += standin.server.requests();
         }
         const std::optional<QString> rotated =
             testing::appKeychain().read(testing::refreshTokenKey);
@@ -106,10 +101,9 @@ private Q_SLOTS:
         standin.server.revokeRefreshTokens();
         followUntil(binary, standin, R"("portfolioAsOf":null,"positions":[],"signedIn":false)",
                     false, u"signed-out follow"_s);
-        seen += standin.server.requests();
         QVERIFY(!testing::appKeychain().read(testing::refreshTokenKey));
 
-        tokens += tokensIn(seen);
+        tokens += tokensIn(standin.server.requests());
         // Renewals happened: at least the first pair, three renewed refresh tokens and their
         // access tokens went by.
         QVERIFY2(tokens.size() >= 6, QByteArray::number(tokens.size()).constData());
