@@ -2,207 +2,98 @@
 #include "notify/TradeRecords.h"
 
 #include <QTest>
-#include <cmath>
+#include <string>
 
 using namespace Qt::StringLiterals;
+
+namespace {
+// What a body decodes to, in one line: the open positions of a portfolio, the symbols of the
+// positions in their sorted order, today's decision's symbols ("-": none yet); or "rejected".
+QString decoded(char kind, const QByteArray &body)
+{
+    QStringList symbols;
+    if (kind == 'p') {
+        if (const auto portfolio = decodePortfolio(body))
+            return QString::fromStdString(std::to_string(portfolio->openPositions()));
+    } else if (kind == 's') {
+        if (const auto positions = decodePositions(body)) {
+            QList<Position> sorted = positions->flattened();
+            sortPositions(sorted);
+            for (const Position &position : sorted)
+                symbols << position.id();
+            return symbols.join(u' ');
+        }
+    } else if (kind == 'w') {
+        if (const auto swing = decodeSwing(body))
+            return swing->decision() ? swing->decision()->symbols.join(u' ') : u"-"_s;
+    } else if (decodeTrades(body)) {
+        return u"trades"_s;
+    }
+    return u"rejected"_s;
+}
+} // namespace
 
 // The account bodies decode strictly: one wrong member fails the whole body.
 class TestAccountRecords : public QObject
 {
     Q_OBJECT
 
-    enum Kind { PortfolioBody, PositionsBody, SwingBody, TradesBody };
-
 private Q_SLOTS:
-    void rejects_data()
+    void decodes_data()
     {
-        QTest::addColumn<int>("kind");
+        QTest::addColumn<char>("kind"); // Portfolio, poSitions, sWing or Trades
         QTest::addColumn<QByteArray>("body");
-        const auto row = [](const char *name, Kind kind, const char *body) {
-            QTest::newRow(name) << int(kind) << QByteArray(body);
+        QTest::addColumn<QString>("result");
+        const auto row = [](const char *name, char kind, const char *body,
+                            const QString &result = u"rejected"_s) {
+            QTest::newRow(name) << kind << QByteArray(body) << result;
         };
-        row("portfolio: no accounts", PortfolioBody, R"({"plan":"pro"})");
-        row("portfolio: accounts null", PortfolioBody, R"({"accounts":null})");
-        row("portfolio: count as string", PortfolioBody, R"({"accounts":[{"positions":"2"}]})");
-        row("portfolio: fractional count", PortfolioBody, R"({"accounts":[{"positions":2.5}]})");
-        row("portfolio: plan as number", PortfolioBody, R"({"accounts":[],"plan":1})");
-        row("portfolio: switch as number", PortfolioBody,
-            R"({"accounts":[],"worker":{"killSwitch":1}})");
-        row("portfolio: equity as string", PortfolioBody,
-            R"({"accounts":[],"totals":{"equity":"1"}})");
-        row("portfolio: account not an object", PortfolioBody, R"({"accounts":[1]})");
-        row("portfolio: array at the top", PortfolioBody, "[]");
-        row("portfolio: not JSON", PortfolioBody, "<html>");
-        row("portfolio: empty", PortfolioBody, "");
-        row("portfolio: cut off", PortfolioBody, R"({"accounts":[{"positions":1})");
-        row("positions: account without them", PositionsBody, R"({"accounts":[{}]})");
-        row("positions: no symbol", PositionsBody,
-            R"({"accounts":[{"positions":[{"marketValue":1}]}]})");
-        row("positions: value as string", PositionsBody,
+        row("portfolio: missing count adds 0", 'p',
+            R"({"accounts":[{"label":"A"},{"positions":4}]})", u"4"_s);
+        row("portfolio: totals null", 'p', R"({"accounts":[],"totals":null})", u"0"_s);
+        row("portfolio: integral float count", 'p', R"({"accounts":[{"positions":2.0}]})", u"2"_s);
+        row("portfolio: no accounts", 'p', R"({"plan":"pro"})");
+        row("portfolio: count as string", 'p', R"({"accounts":[{"positions":"2"}]})");
+        row("portfolio: fractional count", 'p', R"({"accounts":[{"positions":2.5}]})");
+        row("portfolio: switch as number", 'p', R"({"accounts":[],"worker":{"killSwitch":1}})");
+        row("portfolio: equity as string", 'p', R"({"accounts":[],"totals":{"equity":"1"}})");
+        row("portfolio: array at the top", 'p', "[]");
+        row("portfolio: cut off", 'p', R"({"accounts":[{"positions":1})");
+        row("positions: by value across accounts, stable", 's',
+            R"({"accounts":[{"positions":[{"symbol":"A","marketValue":5},{"symbol":"B"},
+            {"symbol":"C","marketValue":12}]},{"positions":[{"symbol":"D","marketValue":5},
+            {"symbol":"E","marketValue":-1}]}]})",
+            u"C A D B E"_s);
+        row("positions: null value counts as 0", 's',
+            R"({"accounts":[{"positions":[{"symbol":"N","marketValue":null},
+            {"symbol":"P","marketValue":0.5}]}]})",
+            u"P N"_s);
+        row("positions: account without them", 's', R"({"accounts":[{}]})");
+        row("positions: value as string", 's',
             R"({"accounts":[{"positions":[{"symbol":"A","unrealizedPl":"1"}]}]})");
-        row("positions: no accounts", PositionsBody, "{}");
-        row("swing: no signals", SwingBody, R"({"decidedAt":"x"})");
-        row("swing: signal without symbol", SwingBody, R"({"decidedAt":"x","signals":[{}]})");
-        row("swing: decidedAt as number", SwingBody, R"({"decidedAt":1,"signals":[]})");
-        row("trades: no trades key", TradesBody, "{}");
-        row("trades: null trades", TradesBody, R"({"trades":null})");
-        row("trades: not a list", TradesBody, R"({"trades":{"symbol":"X"}})");
-        row("trades: one without symbol", TradesBody,
-            R"({"trades":[{"symbol":"X"},{"side":"b"}]})");
-        row("trades: null symbol", TradesBody, R"({"trades":[{"symbol":null}]})");
-        row("trades: null element", TradesBody, R"({"trades":[null]})");
-        row("trades: price as text", TradesBody,
-            R"({"trades":[{"symbol":"X","fill_price":"1.5"}]})");
-        row("trades: unused status still typed", TradesBody,
-            R"({"trades":[{"symbol":"X","status":1}]})");
-        row("trades: time as number", TradesBody, R"({"trades":[{"symbol":"X","filled_at":17}]})");
-        row("trades: not an object", TradesBody, R"([{"symbol":"X"}])");
+        row("swing: decision", 'w', R"({"decidedAt":"2025-03-07T15:15:00.000Z",
+            "signals":[{"symbol":"NVDA"},{"symbol":"AAPL","extra":1}]})",
+            u"NVDA AAPL"_s);
+        row("swing: decided, no trade", 'w',
+            R"({"decidedAt":"2025-03-07T15:15:00.000Z","signals":[]})", QString());
+        row("swing: no decision yet", 'w', R"({"signals":[]})", u"-"_s);
+        row("swing: decidedAt null", 'w', R"({"decidedAt":null,"signals":[]})", u"-"_s);
+        row("swing: signal without symbol", 'w', R"({"decidedAt":"x","signals":[{}]})");
+        row("swing: decidedAt as number", 'w', R"({"decidedAt":1,"signals":[]})");
+        row("trades: null trades", 't', R"({"trades":null})");
+        row("trades: one without symbol", 't', R"({"trades":[{"symbol":"X"},{"side":"b"}]})");
+        row("trades: null element", 't', R"({"trades":[null]})");
+        row("trades: price as text", 't', R"({"trades":[{"symbol":"X","fill_price":"1.5"}]})");
+        row("trades: unused status still typed", 't', R"({"trades":[{"symbol":"X","status":1}]})");
+        row("trades: keys are case-sensitive", 't', R"({"trades":[{"symbol":"X","filledAt":17}]})",
+            u"trades"_s);
     }
-    void rejects()
+    void decodes()
     {
-        QFETCH(int, kind);
+        QFETCH(char, kind);
         QFETCH(QByteArray, body);
-        switch (Kind(kind)) {
-        case PortfolioBody:
-            QVERIFY(!decodePortfolio(body));
-            break;
-        case PositionsBody:
-            QVERIFY(!decodePositions(body));
-            break;
-        case SwingBody:
-            QVERIFY(!decodeSwing(body));
-            break;
-        case TradesBody:
-            QVERIFY(!decodeTrades(body));
-            break;
-        }
-    }
-
-    void portfolioCountsPositions_data()
-    {
-        QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<qint64>("openPositions");
-        QTest::newRow("full") << QByteArray(R"({"plan":"pro","accounts":[
-            {"label":"Main","environment":"live","equity":1000.5,"todayPnl":-3,"positions":2},
-            {"positions":3}],"totals":{"equity":1,"todayPnl":2,"baseline":3},
-            "worker":{"status":"running","autoExecuteEnabled":true,"killSwitch":false,
-            "tradingMode":"swing"},"unknown":[1,2]})")
-                              << qint64(5);
-        QTest::newRow("empty accounts") << QByteArray(R"({"accounts":[]})") << qint64(0);
-        QTest::newRow("missing count adds 0")
-            << QByteArray(R"({"accounts":[{"label":"A"},{"positions":4}]})") << qint64(4);
-        QTest::newRow("totals null") << QByteArray(R"({"accounts":[],"totals":null})") << qint64(0);
-        QTest::newRow("integral float count")
-            << QByteArray(R"({"accounts":[{"positions":2.0}]})") << qint64(2);
-    }
-    void portfolioCountsPositions()
-    {
-        QFETCH(QByteArray, body);
-        QFETCH(qint64, openPositions);
-        const std::optional<Portfolio> decoded = decodePortfolio(body);
-        QVERIFY(decoded);
-        QCOMPARE(decoded->openPositions(), openPositions);
-    }
-
-    void portfolioMembers()
-    {
-        const auto decoded = decodePortfolio(R"({"plan":"pro","accounts":[{"label":"Main",
-            "environment":"paper","equity":10.5,"todayPnl":-0.0,"positions":1}],
-            "totals":{"baseline":100},"worker":{"autoExecuteEnabled":false}})");
-        QVERIFY(decoded);
-        QCOMPARE(decoded->plan, u"pro"_s);
-        QCOMPARE(decoded->accounts.size(), 1);
-        QCOMPARE(decoded->accounts[0].label, u"Main"_s);
-        QCOMPARE(decoded->accounts[0].environment, u"paper"_s);
-        QCOMPARE(decoded->accounts[0].equity, 10.5);
-        QVERIFY(std::signbit(*decoded->accounts[0].todayPnl));
-        QCOMPARE(decoded->totals->baseline, 100.0);
-        QVERIFY(!decoded->totals->equity);
-        QCOMPARE(decoded->worker->autoExecuteEnabled, false);
-        QVERIFY(!decoded->worker->killSwitch);
-    }
-
-    void positionsSort_data()
-    {
-        QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<QStringList>("symbols"); // after flattening and sorting
-        QTest::newRow("by value across accounts, stable")
-            << QByteArray(R"({"accounts":[{"positions":[{"symbol":"A","marketValue":5},
-               {"symbol":"B"},{"symbol":"C","marketValue":12}]},
-               {"positions":[{"symbol":"D","marketValue":5},{"symbol":"E","marketValue":-1}]}]})")
-            << QStringList{u"C"_s, u"A"_s, u"D"_s, u"B"_s, u"E"_s};
-        QTest::newRow("null value counts as 0")
-            << QByteArray(R"({"accounts":[{"positions":[{"symbol":"N","marketValue":null},
-               {"symbol":"P","marketValue":0.5}]}]})")
-            << QStringList{u"P"_s, u"N"_s};
-        QTest::newRow("empty list")
-            << QByteArray(R"({"accounts":[{"positions":[]}]})") << QStringList{};
-    }
-    void positionsSort()
-    {
-        QFETCH(QByteArray, body);
-        QFETCH(QStringList, symbols);
-        const auto decoded = decodePositions(body);
-        QVERIFY(decoded);
-        QList<Position> sorted = decoded->flattened();
-        sortPositions(sorted);
-        QStringList actual;
-        for (const Position &position : sorted)
-            actual.append(position.id());
-        QCOMPARE(actual, symbols);
-    }
-
-    void swingDecision_data()
-    {
-        QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<QStringList>("symbols"); // "-": no decision yet
-        QTest::newRow("decision") << QByteArray(R"({"decidedAt":"2025-03-07T15:15:00.000Z",
-            "signals":[{"symbol":"NVDA"},{"symbol":"AAPL","extra":1}]})")
-                                  << QStringList{u"NVDA"_s, u"AAPL"_s};
-        QTest::newRow("decided, no trade")
-            << QByteArray(R"({"decidedAt":"2025-03-07T15:15:00.000Z","signals":[]})")
-            << QStringList{};
-        QTest::newRow("no decision yet") << QByteArray(R"({"signals":[]})") << QStringList{u"-"_s};
-        QTest::newRow("decidedAt null")
-            << QByteArray(R"({"decidedAt":null,"signals":[]})") << QStringList{u"-"_s};
-    }
-    void swingDecision()
-    {
-        QFETCH(QByteArray, body);
-        QFETCH(QStringList, symbols);
-        const auto decoded = decodeSwing(body);
-        QVERIFY(decoded);
-        const auto decision = decoded->decision();
-        QCOMPARE(decision ? decision->symbols : QStringList{u"-"_s}, symbols);
-    }
-
-    void trades_data()
-    {
-        QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<QList<Trade>>("trades");
-        QTest::newRow("empty list") << QByteArray(R"({"trades":[]})") << QList<Trade>();
-        QTest::newRow("every member, unknown keys ignored")
-            << QByteArray(R"({"trades":[{"symbol":"AAPL","side":"buy","status":"filled",
-                "filled_at":"2026-03-02T15:00:00Z","fill_price":187.25,"qty":3}],"next":null})")
-            << QList<Trade>{{"AAPL", "buy", "filled", "2026-03-02T15:00:00Z", 187.25}};
-        QTest::newRow("nulls and missing optionals are absent")
-            << QByteArray(R"({"trades":[{"symbol":"MSFT","side":null,"filled_at":null,
-                "fill_price":null},{"symbol":"NVDA"}]})")
-            << QList<Trade>{{"MSFT", {}, {}, {}, {}}, {"NVDA", {}, {}, {}, {}}};
-        QTest::newRow("integer price is a number")
-            << QByteArray(R"({"trades":[{"symbol":"X","fill_price":12}]})")
-            << QList<Trade>{{"X", {}, {}, {}, 12.0}};
-        QTest::newRow("keys are case-sensitive")
-            << QByteArray(R"({"trades":[{"symbol":"X","filledAt":"2026-03-02T15:00:00Z"}]})")
-            << QList<Trade>{{"X", {}, {}, {}, {}}};
-    }
-    void trades()
-    {
-        QFETCH(QByteArray, body);
-        QFETCH(QList<Trade>, trades);
-        const std::optional<TradesResponse> response = decodeTrades(body);
-        QVERIFY(response);
-        QCOMPARE(response->trades, trades);
+        QFETCH(QString, result);
+        QCOMPARE(decoded(kind, body), result);
     }
 };
 

@@ -22,15 +22,6 @@ const QByteArray portfolioBody = R"({"plan":"pro","accounts":[{"label":"Main","p
 const QByteArray otherPortfolioBody = R"({"accounts":[],"worker":{"autoExecuteEnabled":false}})";
 const QByteArray positionsBody = R"({"accounts":[{"positions":[{"symbol":"A","marketValue":1},
     {"symbol":"B","marketValue":7}]}]})";
-const QString offline = u"offline \u2014 account data may be stale"_s;
-
-QByteArray header(const standin::Request &request, const QByteArray &name)
-{
-    for (const auto &[key, value] : request.headers)
-        if (key.compare(name, Qt::CaseInsensitive) == 0)
-            return value;
-    return {};
-}
 } // namespace
 
 class TestAuthStore : public QObject
@@ -68,10 +59,15 @@ class TestAuthStore : public QObject
 private Q_SLOTS:
     void init() { Defaults::shared().setString(u"app.language"_s, u"en"_s); }
 
-    void signInOpensTheAuthorizePage()
+    void signedOutSendsNothingUntilSignIn()
     {
         Rig rig;
         AuthStore &store = rig.startAndRestore();
+        QCoro::waitFor(store.refreshIfNeeded());
+        QVERIFY(!QCoro::waitFor(store.bearerGET(u"api/mobile/portfolio"_s)));
+        QCoro::waitFor(store.loadPortfolio());
+        QVERIFY(!QCoro::waitFor(store.setAutoExecution(true)));
+        QVERIFY(!store.lastError());
         store.beginSignIn();
         QVERIFY(store.signingIn());
         QCOMPARE(rig.browser.opened.size(), 1);
@@ -79,6 +75,14 @@ private Q_SLOTS:
                  rig.standin.url().toString() +
                      u"/auth/v1/authorize?provider=google&redirect_to=mireopulse://auth"_s);
         QVERIFY(rig.standin.server.requests().isEmpty());
+
+        // A first load that fails says so; with numbers on screen the fault matrix shows they
+        // stay.
+        rig.standin.answer(portfolioPath, 200, R"({"plan":"x"})");
+        store.handleCallback(QUrl(u"mireopulse://auth#access_token=A&refresh_token=R"_s));
+        QTRY_COMPARE(store.lastError(), u"could not load your account"_s);
+        QVERIFY(!store.portfolio());
+        QCOMPARE(rig.standin.server.requests().size(), 1); // no decision or positions after it
     }
 
     void callback_data()
@@ -96,11 +100,7 @@ private Q_SLOTS:
             u"R"_s);
         row("later duplicate wins", at + u"access_token=A&refresh_token=R1&refresh_token=R2"_s,
             u"R2"_s);
-        row("plain = kept in value", at + u"access_token=A&refresh_token=R=x=y"_s, u"R=x=y"_s);
         row("encoded = decoded", at + u"access_token=A&refresh_token=R%3Dq%2Fz"_s, u"R=q/z"_s);
-        row("bad escape kept raw", at + u"access_token=A&refresh_token=R%zz"_s, u"R%zz"_s);
-        row("not UTF-8 kept raw", at + u"access_token=A&refresh_token=R%FF"_s, u"R%FF"_s);
-        row("empty pieces dropped", at + u"&&access_token=A&&refresh_token=R&"_s, u"R"_s);
         row("empty key skipped", at + u"=A&access_token=A&refresh_token==R"_s, u"=R"_s);
         row("no host", u"mireopulse:#access_token=A&refresh_token=R"_s, u"R"_s);
         row("empty value ignored", at + u"access_token=&refresh_token=R"_s, {},
@@ -113,7 +113,6 @@ private Q_SLOTS:
         row("error description decoded",
             at + u"error=access_denied&error_description=User%20said%20no%3D%26"_s, {},
             u"User said no=&"_s);
-        row("error description, plus kept", at + u"error=x&error_description=a+b"_s, {}, u"a+b"_s);
         row("error without description", at + u"error=server_error"_s, {}, u"sign-in failed"_s);
     }
     void callback()
@@ -135,105 +134,51 @@ private Q_SLOTS:
         if (store.isSignedIn()) {
             // The access token is in use at once, without a refresh first.
             QTRY_VERIFY(!rig.requestsTo(portfolioPath).isEmpty());
-            QCOMPARE(header(rig.requestsTo(portfolioPath).first(), "Authorization"), "Bearer A");
+            QCOMPARE(rig.requestsTo(portfolioPath).first().header("Authorization"), "Bearer A");
             QVERIFY(rig.requestsTo(tokenPath).isEmpty());
         }
     }
 
+    // Failed renewals are the fault matrix's, through the real binary.
     void refresh_data()
     {
-        QTest::addColumn<int>("status");
         QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<int>("delayMs");
-        QTest::addColumn<QString>("storedToken"); // empty: signed out
-        QTest::addColumn<QString>("error");
-        QTest::addColumn<QByteArray>("nextBearer"); // empty: no access token any more
-        const QByteArray a2 = R"({"access_token":"A2"})";
-        const QByteArray old = "Bearer A";
-        QTest::newRow("200 rotates the refresh token")
-            << 200 << QByteArray(R"({"access_token":"A2","expires_in":3600,"refresh_token":"R2"})")
-            << 0 << u"R2"_s << QString() << QByteArray("Bearer A2");
-        QTest::newRow("200 without a new refresh token keeps the old")
-            << 200 << a2 << 0 << u"R"_s << QString() << QByteArray("Bearer A2");
-        QTest::newRow("401 signs out") << 401 << a2 << 0 << QString() << QString() << QByteArray();
-        // The fault matrix runs every other failure through the real binary.
-        QTest::newRow("not JSON is offline")
-            << 200 << QByteArray("<html>") << 0 << u"R"_s << offline << old;
+        QTest::addColumn<QString>("storedToken");
+        QTest::newRow("rotates the refresh token")
+            << QByteArray(R"({"access_token":"A2","expires_in":3600,"refresh_token":"R2"})")
+            << u"R2"_s;
+        QTest::newRow("without a new refresh token keeps the old")
+            << QByteArray(R"({"access_token":"A2"})") << u"R"_s;
     }
     void refresh()
     {
-        QFETCH(int, status);
         QFETCH(QByteArray, body);
-        QFETCH(int, delayMs);
         QFETCH(QString, storedToken);
-        QFETCH(QString, error);
-        QFETCH(QByteArray, nextBearer);
-
-        Rig rig;
-        rig.signIn();
-        AuthStore &store = *rig.store;
-        rig.clock.set(rig.clock.now().addSecs(2 * 3600));
-        standin::Override answer;
-        answer.status = status;
-        answer.body = body;
-        answer.delayMs = delayMs;
-        rig.standin.server.overrideNext(tokenPath, answer);
-
-        QCoro::waitFor(store.refreshIfNeeded());
-
-        const auto sent = rig.requestsTo(tokenPath);
-        QCOMPARE(sent.size(), 1);
-        QCOMPARE(sent[0].method, u"POST"_s);
-        QCOMPARE(sent[0].query, u"grant_type=refresh_token"_s);
-        QCOMPARE(header(sent[0], "apikey"), anonKey);
-        QCOMPARE(header(sent[0], "Content-Type"), "application/json");
-        QCOMPARE(header(sent[0], "User-Agent"), "MireoDesktopNative/0.1");
-        QVERIFY(header(sent[0], "Authorization").isEmpty());
-        QCOMPARE(QJsonDocument::fromJson(sent[0].body).object(),
-                 QJsonObject({{u"refresh_token"_s, u"R"_s}}));
-
-        QCOMPARE(store.isSignedIn(), !storedToken.isEmpty());
-        QCOMPARE(rig.secrets.items.value(refreshKey), storedToken);
-        if (store.isSignedIn()) {
-            QCOMPARE(store.lastError().value_or(QString()), error);
-            QVERIFY(store.portfolio()); // the last numbers stay on screen
-        } else {
-            QVERIFY(!store.portfolio() && !store.portfolioAsOf() && !store.todayDecision());
-            QVERIFY(store.positions().isEmpty());
-            QVERIFY(!rig.defaults->data(u"cache.portfolio.json"_s));
-            QVERIFY(!rig.defaults->date(u"cache.portfolio.asOf"_s));
-        }
-
-        // A still-expired token is renewed first; keep that renewal failing to see which token
-        // the request carries.
-        rig.standin.server.clearRequests();
-        rig.standin.answer(tokenPath, 503, {});
-        QCoro::waitFor(store.bearerGET(u"api/mobile/positions"_s));
-        const auto next = rig.requestsTo(positionsPath);
-        QCOMPARE(next.isEmpty(), nextBearer.isEmpty());
-        if (!next.isEmpty())
-            QCOMPARE(header(next[0], "Authorization"), nextBearer);
-    }
-
-    // Another process renewing holds the keychain: this renewal waits for it before it reads
-    // the refresh token, so the two never present the same one.
-    void renewalWaitsForTheKeychainHold()
-    {
         Rig rig;
         rig.signIn();
         rig.clock.set(rig.clock.now().addSecs(2 * 3600));
-        rig.standin.answer(tokenPath, 200, R"({"access_token":"A2","refresh_token":"R2"})");
+        rig.standin.answer(tokenPath, 200, body);
+        // Another process renewing holds the keychain: this renewal waits for it before it reads
+        // the refresh token, so the two never present the same one.
         rig.secrets.heldElsewhere = true;
         const int holdsBefore = rig.secrets.holdsAsked;
         QCoro::Task<> renewal = rig.store->refreshIfNeeded();
         QTRY_VERIFY(rig.secrets.holdsAsked > holdsBefore || !rig.requestsTo(tokenPath).isEmpty());
         QVERIFY2(rig.requestsTo(tokenPath).isEmpty(), "a grant went out under another's hold");
-
         rig.secrets.heldElsewhere = false;
         QCoro::waitFor(renewal);
-        QCOMPARE(rig.requestsTo(tokenPath).size(), 1);
-        QCOMPARE(rig.secrets.items.value(refreshKey), u"R2"_s);
-        QVERIFY(rig.store->isSignedIn());
+
+        const auto sent = rig.requestsTo(tokenPath);
+        QCOMPARE(sent.size(), 1);
+        QCOMPARE(sent[0].query, u"grant_type=refresh_token"_s);
+        QCOMPARE(sent[0].header("apikey"), anonKey);
+        QCOMPARE(sent[0].header("User-Agent"), "MireoDesktopNative/0.1");
+        QVERIFY(sent[0].header("Authorization").isEmpty());
+        QCOMPARE(QJsonDocument::fromJson(sent[0].body).object(),
+                 QJsonObject({{u"refresh_token"_s, u"R"_s}}));
+        QCOMPARE(rig.secrets.items.value(refreshKey), storedToken);
+        QCoro::waitFor(rig.store->bearerGET(u"api/mobile/positions"_s));
+        QCOMPARE(rig.requestsTo(positionsPath).value(0).header("Authorization"), "Bearer A2");
     }
 
     void expiryMargin_data()
@@ -242,7 +187,6 @@ private Q_SLOTS:
         QTest::addColumn<int>("secondsLater");
         QTest::addColumn<bool>("refreshes");
         QTest::newRow("120 s, 59 s later") << u"120"_s << 59 << false;
-        QTest::newRow("120 s, 61 s later") << u"120"_s << 61 << true;
         QTest::newRow("default, just inside") << QString() << 3539 << false;
         QTest::newRow("default, past the margin") << QString() << 3541 << true;
         QTest::newRow("not a number, past the margin") << u"soon"_s << 3541 << true;
@@ -260,18 +204,6 @@ private Q_SLOTS:
         rig.standin.answer(tokenPath, 500, {});
         QCoro::waitFor(rig.store->bearerGET(u"api/mobile/portfolio"_s));
         QCOMPARE(rig.requestsTo(tokenPath).size(), refreshes ? 1 : 0);
-    }
-
-    void withoutStoredTokenNothingIsSent()
-    {
-        Rig rig;
-        AuthStore &store = rig.startAndRestore();
-        QCoro::waitFor(store.refreshIfNeeded());
-        QVERIFY(!QCoro::waitFor(store.bearerGET(u"api/mobile/portfolio"_s)));
-        QCoro::waitFor(store.loadPortfolio());
-        QVERIFY(!QCoro::waitFor(store.setAutoExecution(true)));
-        QVERIFY(rig.standin.server.requests().isEmpty());
-        QVERIFY(!store.lastError());
     }
 
     void cacheRestore_data()
@@ -317,7 +249,7 @@ private Q_SLOTS:
         QCOMPARE(store.lastError().has_value(), tokenStored);
     }
 
-    void loadWritesTheExactBytesAndLoadsTheRest()
+    void loadWritesTheExactBytesAndSignOutClearsThem()
     {
         Rig rig;
         rig.signIn();
@@ -339,55 +271,17 @@ private Q_SLOTS:
         QCOMPARE(store.portfolioAsOf(), rig.clock.now());
         QCOMPARE(store.todayDecision()->symbols, QStringList{u"NVDA"_s});
         QCOMPARE(store.positions().size(), 2);
-        QStringList paths;
-        for (const auto &request : rig.standin.server.requests())
-            paths << request.path;
-        QCOMPARE(paths, (QStringList{portfolioPath, swingPath, positionsPath}));
-    }
 
-    // A first load that fails says so; with numbers on screen the fault matrix shows they stay.
-    void failedFirstLoad_data()
-    {
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QByteArray>("body");
-        QTest::newRow("undecodable") << 200 << QByteArray(R"({"plan":"x"})");
-        QTest::newRow("401") << 401 << QByteArray();
-        QTest::newRow("huge") << 200 << QByteArray(2 << 20, ' ');
-    }
-    void failedFirstLoad()
-    {
-        QFETCH(int, status);
-        QFETCH(QByteArray, body);
-        Rig rig;
-        rig.startAndRestore();
-        rig.standin.answer(portfolioPath, status, body);
-        rig.store->handleCallback(QUrl(u"mireopulse://auth#access_token=A&refresh_token=R"_s));
-        QTRY_COMPARE(rig.store->lastError(), u"could not load your account"_s);
-        QVERIFY(!rig.store->portfolio());
-        QCOMPARE(rig.standin.server.requests().size(), 1); // no decision or positions after it
-    }
-
-    void signOutClearsEverythingButTheErrorLine()
-    {
-        Rig rig;
-        rig.signIn();
-        AuthStore &store = *rig.store;
+        // Signing out clears everything but the error line.
         rig.standin.answer(portfolioPath, 500, {});
-        QCoro::waitFor(store.setAutoExecution(false)); // leaves an error line
+        QCoro::waitFor(store.setAutoExecution(false));
         const auto error = store.lastError();
         QVERIFY(error);
-
         store.signOut();
         QVERIFY(!store.isSignedIn() && !store.portfolio() && !store.todayDecision());
         QVERIFY(!rig.secrets.items.contains(refreshKey));
         QCOMPARE(store.lastError(), error);
         QVERIFY(!QCoro::waitFor(store.bearerGET(u"api/mobile/portfolio"_s)));
-
-        // Even with the cache put back by other means, a restart shows nothing.
-        rig.defaults->setData(u"cache.portfolio.json"_s, portfolioBody);
-        rig.defaults.reopen();
-        rig.store.reset();
-        QVERIFY(!rig.start().portfolio());
     }
 
     void autoExecution_data()
@@ -397,14 +291,11 @@ private Q_SLOTS:
         QTest::addColumn<int>("delayMs");
         QTest::addColumn<int>("reload"); // the portfolio's answer after an accepted change
         QTest::addColumn<QString>("error");
-        QTest::newRow("pause accepted") << false << 200 << 0 << 200 << QString();
         QTest::newRow("resume accepted") << true << 200 << 0 << 200 << QString();
         QTest::newRow("accepted, reload fails: the old state stays")
             << false << 200 << 0 << 503 << QString();
         QTest::newRow("pause answered 204")
             << false << 204 << 0 << 200 << u"could not pause auto-execution"_s;
-        QTest::newRow("resume answered 401")
-            << true << 401 << 0 << 200 << u"could not resume auto-execution"_s;
         QTest::newRow("resume times out")
             << true << 200 << 2000 << 200 << u"could not resume auto-execution"_s;
     }
@@ -418,10 +309,7 @@ private Q_SLOTS:
 
         Rig rig;
         rig.signIn();
-        standin::Override answer;
-        answer.status = status;
-        answer.delayMs = delayMs;
-        rig.standin.server.overrideNext(autoExecutionPath, answer);
+        rig.standin.server.overrideNext(autoExecutionPath, {.status = status, .delayMs = delayMs});
         rig.standin.answer(portfolioPath, reload, otherPortfolioBody);
 
         const bool accepted = error.isEmpty();
@@ -430,9 +318,7 @@ private Q_SLOTS:
         QVERIFY(rig.store->isSignedIn());
         const auto patch = rig.requestsTo(autoExecutionPath);
         QCOMPARE(patch.size(), 1);
-        QCOMPARE(patch[0].method, u"PATCH"_s);
-        QCOMPARE(header(patch[0], "Authorization"), "Bearer A");
-        QCOMPARE(header(patch[0], "Content-Type"), "application/json");
+        QCOMPARE(patch[0].header("Authorization"), "Bearer A");
         QCOMPARE(QJsonDocument::fromJson(patch[0].body).object(),
                  QJsonObject({{u"enabled"_s, wanted}}));
         // Only the reloaded portfolio shows the new state.

@@ -2,36 +2,33 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <memory>
 #include <xcb/xcb.h>
 
 namespace testing {
 
 namespace {
-template <typename T> struct Freed
+struct FreeReply
 {
-    T *reply;
-    ~Freed() { std::free(reply); }
-    T *operator->() const { return reply; }
-    explicit operator bool() const { return reply != nullptr; }
+    void operator()(void *reply) const { std::free(reply); }
 };
-} // namespace
+template <typename T> using Reply = std::unique_ptr<T, FreeReply>;
 
-namespace {
 QString textProperty(xcb_connection_t *connection, xcb_window_t window, xcb_atom_t property)
 {
-    Freed<xcb_get_property_reply_t> value{xcb_get_property_reply(
+    Reply<xcb_get_property_reply_t> value{xcb_get_property_reply(
         connection,
         xcb_get_property(connection, 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, 256),
         nullptr)};
     if (!value)
         return QString();
-    return QString::fromUtf8(static_cast<const char *>(xcb_get_property_value(value.reply)),
-                             xcb_get_property_value_length(value.reply));
+    return QString::fromUtf8(static_cast<const char *>(xcb_get_property_value(value.get())),
+                             xcb_get_property_value_length(value.get()));
 }
 
 xcb_atom_t atomNamed(xcb_connection_t *connection, const char *name)
 {
-    Freed<xcb_intern_atom_reply_t> atom{xcb_intern_atom_reply(
+    Reply<xcb_intern_atom_reply_t> atom{xcb_intern_atom_reply(
         connection, xcb_intern_atom(connection, 1, uint16_t(qstrlen(name)), name), nullptr)};
     return atom ? atom->atom : xcb_atom_t(XCB_ATOM_NONE);
 }
@@ -47,18 +44,18 @@ QList<MappedWindow> mappedWindows(const QByteArray &display)
     }
     const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
     const xcb_atom_t netName = atomNamed(connection, "_NET_WM_NAME");
-    Freed<xcb_query_tree_reply_t> tree{
+    Reply<xcb_query_tree_reply_t> tree{
         xcb_query_tree_reply(connection, xcb_query_tree(connection, root), nullptr)};
     if (tree) {
-        const xcb_window_t *children = xcb_query_tree_children(tree.reply);
-        for (int i = 0; i < xcb_query_tree_children_length(tree.reply); ++i) {
+        const xcb_window_t *children = xcb_query_tree_children(tree.get());
+        for (int i = 0; i < xcb_query_tree_children_length(tree.get()); ++i) {
             const xcb_window_t window = children[i];
-            Freed<xcb_get_window_attributes_reply_t> attributes{xcb_get_window_attributes_reply(
+            Reply<xcb_get_window_attributes_reply_t> attributes{xcb_get_window_attributes_reply(
                 connection, xcb_get_window_attributes(connection, window), nullptr)};
             if (!attributes || attributes->map_state != XCB_MAP_STATE_VIEWABLE ||
                 attributes->_class == XCB_WINDOW_CLASS_INPUT_ONLY)
                 continue;
-            Freed<xcb_get_geometry_reply_t> geometry{
+            Reply<xcb_get_geometry_reply_t> geometry{
                 xcb_get_geometry_reply(connection, xcb_get_geometry(connection, window), nullptr)};
             MappedWindow mapped;
             mapped.id = window;

@@ -46,28 +46,25 @@ public:
         return env;
     }
 
-    QString program() const { return QStringLiteral(MIREO_PULSE_BINARY); }
     QString folder() const { return m_config.path(); }
     QString settingsPath() const { return m_config.filePath(QStringLiteral("mireo/pulse.conf")); }
 
     ProcessRun run(const QUrl &service, const QStringList &arguments) const
     {
-        return runToEnd(program(), arguments, environment(service));
+        return runToEnd(QStringLiteral(MIREO_PULSE_BINARY), arguments, environment(service));
     }
 
     // A long-running process (--follow), left to the caller to stop.
     void start(QProcess &process, const QUrl &service, const QStringList &arguments) const
     {
         process.setProcessEnvironment(environment(service));
-        process.start(program(), arguments);
+        process.start(QStringLiteral(MIREO_PULSE_BINARY), arguments);
     }
 
     // --status-json, parsed; an empty object when the run failed.
-    QJsonObject status(const QUrl &service, ProcessRun *result = nullptr) const
+    QJsonObject status(const QUrl &service) const
     {
         const ProcessRun run = this->run(service, {QStringLiteral("--status-json")});
-        if (result)
-            *result = run;
         return run.exitCode == 0 ? QJsonDocument::fromJson(run.out).object() : QJsonObject();
     }
 

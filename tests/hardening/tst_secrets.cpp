@@ -23,44 +23,33 @@ class TestSecrets : public QObject
 
     void expose(const QString &where, const QByteArray &what) { m_exposed.append({where, what}); }
 
-    void exposeRun(const QString &name, const testing::ProcessRun &run)
-    {
-        expose(name + u" stdout"_s, run.out);
-        expose(name + u" stderr"_s, run.err);
-    }
-
     // A live `--follow --json` until it prints `shown` (the account loaded, or signed out) and
     // the keychain holds a session or not, as `signedIn` says, with its command line and
     // environment read from /proc while it runs.
-    void followUntil(const testing::PulseBinary &binary, testing::StandinFixture &standin,
+    void followUntil(const testing::PulseBinary &binary, const testing::StandinFixture &standin,
                      const QByteArray &shown, bool signedIn, const QString &name)
     {
-        standin.server.clearRequests();
         QProcess follow;
         binary.start(follow, standin.url(), {u"--follow"_s, u"--json"_s});
         QByteArray out;
-        QVERIFY2(QTest::qWaitFor(
-                     [&] {
-                         return (out += follow.readAllStandardOutput()).contains(shown) &&
-                                testing::appKeychain().read(testing::refreshTokenKey).has_value() ==
-                                    signedIn;
-                     },
-                     20000),
-                 shown.constData());
-        const QString proc = u"/proc/%1/"_s.arg(follow.processId());
-        for (const char *file : {"cmdline", "environ"}) {
-            QFile entry(proc + QLatin1StringView(file));
+        const auto shownAndStored = [&] {
+            out += follow.readAllStandardOutput();
+            const bool stored = testing::appKeychain().read(testing::refreshTokenKey).has_value();
+            return out.contains(shown) && stored == signedIn;
+        };
+        QVERIFY2(QTest::qWaitFor(shownAndStored, 20000), shown.constData());
+        QByteArray proc;
+        for (const QString &file : {u"cmdline"_s, u"environ"_s}) {
+            QFile entry(u"/proc/%1/"_s.arg(follow.processId()) + file);
             QVERIFY(entry.open(QIODevice::ReadOnly));
-            const QByteArray content = entry.readAll();
-            // The places are read for real: the command line and the environment are there.
-            QVERIFY(content.contains(file == QByteArrayView("cmdline") ? "--follow"
-                                                                       : "MIREO_SITE_URL"));
-            expose(name + u" /proc/pid/"_s + QLatin1StringView(file), content);
+            proc += entry.readAll();
         }
+        // The places are read for real: the command line and the environment are there.
+        QVERIFY(proc.contains("--follow") && proc.contains("MIREO_SITE_URL"));
+        expose(name + u" /proc/pid/{cmdline,environ}"_s, proc);
         follow.terminate();
         QVERIFY(follow.waitForFinished(10000));
-        expose(name + u" stdout"_s, out + follow.readAllStandardOutput());
-        expose(name + u" stderr"_s, follow.readAllStandardError());
+        expose(name, out + follow.readAllStandardOutput() + follow.readAllStandardError());
     }
 
     // Every token the service handed out or was shown, as the stand-in saw them.
@@ -89,7 +78,6 @@ private Q_SLOTS:
         testing::StandinFixture standin;
         testing::PulseBinary binary(m_keyring.environment());
         QSet<QByteArray> tokens;
-        QList<standin::LoggedRequest> seen;
 
         // A session as the sign-in page would hand it over, stored where the app keeps it.
         const standin::Session session = standin.server.issueSession();
@@ -98,14 +86,11 @@ private Q_SLOTS:
 
         // A live process renews the session and loads the account.
         followUntil(binary, standin, R"("positions":[{)", true, u"follow"_s);
-        seen += standin.server.requests();
         // Two more runs, each renewing the rotated token again.
         for (const QString &argument : {u"--status-json"_s, u"--print-title"_s}) {
-            standin.server.clearRequests();
             const testing::ProcessRun run = binary.run(standin.url(), {argument});
             QCOMPARE(run.exitCode, 0);
-            exposeRun(argument, run);
-            seen += standin.server.requests();
+            expose(argument, run.out + run.err);
         }
         const std::optional<QString> rotated =
             testing::appKeychain().read(testing::refreshTokenKey);
@@ -116,10 +101,9 @@ private Q_SLOTS:
         standin.server.revokeRefreshTokens();
         followUntil(binary, standin, R"("portfolioAsOf":null,"positions":[],"signedIn":false)",
                     false, u"signed-out follow"_s);
-        seen += standin.server.requests();
         QVERIFY(!testing::appKeychain().read(testing::refreshTokenKey));
 
-        tokens += tokensIn(seen);
+        tokens += tokensIn(standin.server.requests());
         // Renewals happened: at least the first pair, three renewed refresh tokens and their
         // access tokens went by.
         QVERIFY2(tokens.size() >= 6, QByteArray::number(tokens.size()).constData());
@@ -132,15 +116,14 @@ private Q_SLOTS:
         }
         QVERIFY(QFile::exists(binary.settingsPath()));
 
-        int places = 0;
         for (const auto &[where, content] : std::as_const(m_exposed)) {
-            ++places;
             for (const QByteArray &token : std::as_const(tokens)) {
                 QVERIFY(token.size() >= 16);
                 QVERIFY2(!content.contains(token), qPrintable(u"a token in "_s + where));
             }
         }
-        qInfo("%d tokens checked in %d places: none found", int(tokens.size()), places);
+        qInfo("%d tokens checked in %d places: none found", int(tokens.size()),
+              int(m_exposed.size()));
     }
 };
 

@@ -22,9 +22,7 @@ public:
         QString appIcon;
         QString summary;
         QString body;
-        QStringList actions;
         QVariantMap hints;
-        int expireTimeout;
         uint returnedId;
     };
     QList<Call> calls;
@@ -47,26 +45,22 @@ public:
 
 public Q_SLOTS:
     uint Notify(const QString &appName, uint replacesId, const QString &appIcon,
-                const QString &summary, const QString &body, const QStringList &actions,
-                const QVariantMap &hints, int expireTimeout)
+                const QString &summary, const QString &body, const QStringList &,
+                const QVariantMap &hints, int)
     {
         if (hung)
             setDelayedReply(true);
         const uint id = replacesId ? replacesId : ++m_lastId;
-        calls.append(
-            {appName, replacesId, appIcon, summary, body, actions, hints, expireTimeout, id});
+        calls.append({appName, replacesId, appIcon, summary, body, hints, id});
         return id;
     }
-    QString GetServerInformation(QString &vendor, QString &version, QString &specVersion)
+    // Its answer is the permission; the values are never read.
+    QString GetServerInformation(QString &, QString &, QString &)
     {
         if (hung)
             setDelayedReply(true);
-        vendor = QStringLiteral("test");
-        version = QStringLiteral("1");
-        specVersion = QStringLiteral("1.2");
         return QStringLiteral("double");
     }
-    QStringList GetCapabilities() { return {QStringLiteral("body"), QStringLiteral("sound")}; }
 
 private:
     QDBusConnection m_bus{QString()};

@@ -11,12 +11,10 @@ namespace testing {
 class RecordingNotifier final : public Notifier
 {
 public:
-    QList<Permissions> permissionRequests;
     QList<Notification> delivered;
 
-    void requestPermission(Permissions options, std::function<void(bool)> answer) override
+    void requestPermission(Permissions, std::function<void(bool)> answer) override
     {
-        permissionRequests.append(options);
         m_pending.append(std::move(answer));
     }
     void deliver(const Notification &notification) override { delivered.append(notification); }

@@ -77,40 +77,23 @@ private Q_SLOTS:
         QDBusConnection::disconnectFromBus(u"nowhere"_s);
     }
 
-    void notifyCarriesTheAppsIdentity_data()
+    // The desktop's notification server over a session: late at login, then serving, gone, back
+    // and hung. The app only ever loses notifications, never blocks.
+    void aServerThroughItsLife()
     {
-        QTest::addColumn<bool>("sound");
-        QTest::newRow("with sound") << true;
-        QTest::newRow("silent") << false;
-    }
-    void notifyCarriesTheAppsIdentity()
-    {
-        QFETCH(bool, sound);
         Rig rig;
+        // Asked before the server is on the bus: no answer yet, not a refusal. Its arrival
+        // answers, once, with a grant.
+        QList<bool> answers;
+        rig.notifier->requestPermission(Notifier::Permission::Alert,
+                                        [&](bool granted) { answers << granted; });
+        rig.settle();
+        QVERIFY(answers.isEmpty());
         QVERIFY(rig.server.serveOn(rig.serverConnection));
-        rig.notifier->deliver(note(u"decision-1"_s, u"Mireo decided"_s, sound));
-        QVERIFY(rig.waitForCalls(1));
-        const NotificationServerDouble::Call &call = rig.server.calls.first();
-        QCOMPARE(call.appName, u"Mireo Pulse"_s);
-        QCOMPARE(call.appIcon, u"mireo-pulse"_s);
-        QCOMPARE(call.replacesId, 0u);
-        QCOMPARE(call.summary, u"Mireo decided"_s);
-        QCOMPARE(call.body, u"body of Mireo decided"_s);
-        QCOMPARE(call.actions, QStringList());
-        QCOMPARE(call.expireTimeout, -1);
-        QCOMPARE(call.hints.value(u"desktop-entry"_s).toString(), u"mireo-pulse"_s);
-        QCOMPARE(call.hints.value(u"sound-name"_s).toString(),
-                 sound ? u"message-new-instant"_s : QString());
-        QCOMPARE(call.hints.contains(u"suppress-sound"_s), !sound);
-        QCOMPARE(call.hints.value(u"suppress-sound"_s).toBool(), !sound);
-    }
+        QTRY_COMPARE(answers, QList<bool>{true});
 
-    // The same identifier replaces the notification on screen, also when posted back to back
-    // before the server has answered the first (fills with the same time and symbol).
-    void sameIdentifierReplaces()
-    {
-        Rig rig;
-        QVERIFY(rig.server.serveOn(rig.serverConnection));
+        // The same identifier replaces the notification on screen, also when posted back to back
+        // before the server has answered the first (fills with the same time and symbol).
         rig.notifier->deliver(note(u"killswitch-on"_s));
         QVERIFY(rig.waitForCalls(1));
         rig.notifier->deliver(note(u"killswitch-off"_s));
@@ -119,95 +102,71 @@ private Q_SLOTS:
         rig.notifier->deliver(note(u"fill-x"_s, u"first"_s));
         rig.notifier->deliver(note(u"fill-x"_s, u"second"_s));
         rig.notifier->deliver(note(u"fill-x"_s, u"third"_s));
-        QTRY_VERIFY(!rig.server.calls.isEmpty() &&
-                    rig.server.calls.constLast().summary == u"third"_s);
-        // Calls arrive in order: once this one is in, nothing sent before it is on its way.
-        rig.notifier->deliver(note(u"last"_s, u"last"_s));
+        QTRY_COMPARE(rig.server.calls.constLast().summary, u"third"_s);
+        // Calls arrive in order: once the last is in, nothing sent before it is on its way.
+        rig.notifier->deliver(note(u"last"_s, u"last"_s, false));
         QTRY_COMPARE(rig.server.calls.constLast().summary, u"last"_s);
-
         const auto &calls = rig.server.calls;
         QStringList summaries;
         for (const auto &call : calls)
             summaries << call.summary;
         QCOMPARE(summaries,
                  (QStringList{u"t"_s, u"t"_s, u"again"_s, u"first"_s, u"third"_s, u"last"_s}));
-        QCOMPARE(calls[1].replacesId, 0u);
-        QVERIFY(calls[1].returnedId != calls[0].returnedId);
         QCOMPARE(calls[2].replacesId, calls[0].returnedId);
         QCOMPARE(calls[4].replacesId, calls[3].returnedId);
-    }
+        // Each carries the app's identity; only the last one is silent.
+        for (const NotificationServerDouble::Call &call : calls) {
+            const bool sound = call.summary != u"last"_s;
+            QCOMPARE(call.appName, u"Mireo Pulse"_s);
+            QCOMPARE(call.appIcon, u"mireo-pulse"_s);
+            QCOMPARE(call.hints.value(u"desktop-entry"_s).toString(), u"mireo-pulse"_s);
+            QCOMPARE(call.hints.value(u"sound-name"_s).toString(),
+                     sound ? u"message-new-instant"_s : QString());
+            QCOMPARE(call.hints.value(u"suppress-sound"_s).toBool(), !sound);
+        }
 
-    // A hung server blocks nothing: the call returns at once, the permission is refused when the
-    // time-out ends, and a notification queued behind a lost one still goes out.
-    void hungServerBlocksNothing()
-    {
-        Rig rig;
-        QVERIFY(rig.server.serveOn(rig.serverConnection));
-        rig.server.hung = true;
-        rig.notifier->setCallTimeout(std::chrono::milliseconds(300));
-        QElapsedTimer elapsed;
-        elapsed.start();
-        rig.notifier->deliver(note(u"fill-x"_s, u"first"_s));
-        rig.notifier->deliver(note(u"fill-x"_s, u"second"_s));
-        QVERIFY(elapsed.elapsed() < 100);
-        QCOMPARE(rig.permission(), std::optional(false));
-        QVERIFY(rig.waitForCalls(2));
-        QCOMPARE(rig.server.calls[1].summary, u"second"_s);
-        QCOMPARE(rig.server.calls[1].replacesId, 0u);
-    }
-
-    // At login the app may ask before the desktop's notification server is on the bus: that is
-    // no answer yet, not a refusal. The server's arrival answers, once, with a grant; a
-    // notifier that is gone by then answers nothing.
-    void aServerThatAppearsLaterAnswers_data()
-    {
-        QTest::addColumn<bool>("notifierGone");
-        QTest::newRow("answered") << false;
-        QTest::newRow("notifier gone") << true;
-    }
-    void aServerThatAppearsLaterAnswers()
-    {
-        QFETCH(bool, notifierGone);
-        Rig rig;
-        QList<bool> answers;
-        rig.notifier->requestPermission(Notifier::Permission::Alert,
-                                        [&](bool granted) { answers << granted; });
-        rig.settle();
-        QVERIFY(answers.isEmpty());
-        if (notifierGone)
-            rig.notifier.reset();
-
-        QVERIFY(rig.server.serveOn(rig.serverConnection));
-        if (!notifierGone)
-            QTRY_COMPARE(answers, QList<bool>{true});
-        // Going and coming again answers nothing more.
-        rig.server.stop();
-        QVERIFY(rig.server.serveOn(rig.serverConnection));
-        rig.settle();
-        QCOMPARE(answers, notifierGone ? QList<bool>() : QList<bool>{true});
-    }
-
-    // The permission follows the server. One that goes away loses notifications, not the app;
-    // one that comes back numbers afresh, so old ids are not reused on it.
-    void serverGoneAndBack()
-    {
-        Rig rig;
-        QVERIFY(rig.server.serveOn(rig.serverConnection));
-        QCOMPARE(rig.permission(), std::optional(true));
-        rig.notifier->deliver(note(u"decision-1"_s));
-        QVERIFY(rig.waitForCalls(1));
-
+        // Gone, it loses notifications; back, it numbers afresh, so old ids are not reused on it,
+        // and its coming again answers nothing more.
         rig.server.stop();
         rig.notifier->deliver(note(u"decision-2"_s));
         rig.settle();
         NotificationServerDouble restarted;
         QVERIFY(restarted.serveOn(rig.serverConnection));
         QCOMPARE(rig.permission(), std::optional(true));
-        rig.notifier->deliver(note(u"decision-1"_s));
+        rig.notifier->deliver(note(u"killswitch-on"_s));
         QTRY_COMPARE(restarted.calls.size(), 1);
         QCOMPARE(restarted.calls.first().replacesId, 0u);
-        QCOMPARE(rig.server.calls.size(), 1);
+        QCOMPARE(rig.server.calls.size(), 6);
+        QCOMPARE(answers, QList<bool>{true});
+
+        // Hung: the call returns at once, the permission is refused when the time-out ends, and
+        // a notification queued behind a lost one still goes out.
+        restarted.hung = true;
+        rig.notifier->setCallTimeout(std::chrono::milliseconds(300));
+        QElapsedTimer elapsed;
+        elapsed.start();
+        rig.notifier->deliver(note(u"fill-y"_s, u"first"_s));
+        rig.notifier->deliver(note(u"fill-y"_s, u"second"_s));
+        QVERIFY(elapsed.elapsed() < 100);
+        QCOMPARE(rig.permission(), std::optional(false));
+        QTRY_COMPARE(restarted.calls.size(), 3);
+        QCOMPARE(restarted.calls[2].summary, u"second"_s);
+        QCOMPARE(restarted.calls[2].replacesId, 0u);
         restarted.stop();
+    }
+
+    // A notifier that is gone by the time the server arrives answers nothing.
+    void aNotifierGoneAnswersNothing()
+    {
+        Rig rig;
+        bool answered = false;
+        rig.notifier->requestPermission(Notifier::Permission::Alert,
+                                        [&](bool) { answered = true; });
+        rig.settle();
+        rig.notifier.reset();
+        QVERIFY(rig.server.serveOn(rig.serverConnection));
+        rig.settle();
+        QVERIFY(!answered);
     }
 };
 

@@ -3,6 +3,7 @@
 #include "support/AccountRig.h"
 
 #include <QTest>
+#include <vector>
 
 using namespace Qt::StringLiterals;
 
@@ -13,7 +14,6 @@ const QString tradesPath = u"/api/mobile/trades"_s;
 const QString decisionKey = u"notify.lastDecisionAt"_s;
 const QString fillKey = u"notify.lastFillAt"_s;
 const QString killSwitchKey = u"notify.killSwitchOn"_s;
-const QString none; // an absent mark
 
 QByteArray swing(const char *decidedAt, const char *signals = "")
 {
@@ -85,17 +85,13 @@ class TestNotificationStore : public QObject
             standin.answer(tradesPath, tradesStatus, tradesBody);
             QCoro::waitFor(notifications.check(*store));
         }
-        void setMark(const QString &key, const QString &value)
-        {
-            if (!value.isNull())
-                marks->setString(key, value);
-        }
     };
 
 private Q_SLOTS:
     void init() { Defaults::shared().setString(u"app.language"_s, u"en"_s); }
 
-    // Decision rows answer the swing call, fill rows the trades call; the other one fails.
+    // Decision rows answer the swing call, fill rows the trades call; the other one fails. A
+    // fill's first sighting and ones seen before are the end-to-end test's.
     void marks_data()
     {
         QTest::addColumn<QString>("key");
@@ -113,14 +109,13 @@ private Q_SLOTS:
         const QString d0 = u"2026-03-02T14:15:00.000Z"_s, d1 = u"2026-03-03T14:15:00.000Z"_s;
         const char *day1 = "2026-03-03T14:15:00.000Z";
         const QString decided = u" | Mireo decided | "_s;
-        row("first decision ever only sets the mark", decisionKey, none, 200,
+        row("first decision ever only sets the mark", decisionKey, QString(), 200,
             swing(day1, R"({"symbol":"AAPL"})"), d1);
         row("new decision with symbols, in the server's order", decisionKey, d0, 200,
             swing(day1, R"({"symbol":"MSFT"},{"symbol":"AAPL"})"), d1,
             {u"decision-"_s + d1 + decided + u"Today's signals: MSFT, AAPL"_s});
         row("new decision without symbols", decisionKey, d0, 200, swing(day1), d1,
             {u"decision-"_s + d1 + decided + u"No trade today. Discipline is part of the edge."_s});
-        row("same decision again", decisionKey, d1, 200, swing(day1), d1);
         row("an older decision is new too", decisionKey, d1, 200,
             swing("2026-03-02T14:15:00.000Z", R"({"symbol":"X"})"), d0,
             {u"decision-"_s + d0 + decided + u"Today's signals: X"_s});
@@ -136,9 +131,7 @@ private Q_SLOTS:
         const QString b = u"fill-2026-03-02T15:00:00Z-B | Order filled | BUY B @ $2.00"_s;
         const QString c = u"fill-2026-03-02T15:30:00Z-C | Order filled | SELL C @ $3.00"_s;
         const QString d = u"fill-2026-03-02T16:00:00Z-D | Order filled | BUY D @ $4.00"_s;
-        row("first observation only sets the mark", fillKey, none, 200, day, t16);
         row("only fills after the mark, oldest first", fillKey, t15, 200, day, t16, {c, d});
-        row("newest equal to the mark", fillKey, t16, 200, day, t16);
         row("the mark follows the newest fill, also back in time", fillKey,
             u"2026-03-02T17:00:00Z"_s, 200, day, t16);
         // "15:00:00Z" sorts after "15:00:00.5Z" although it is the earlier instant.
@@ -148,17 +141,14 @@ private Q_SLOTS:
             trades(R"({"symbol":"N","status":"filled","filled_at":null},
                 {"symbol":"M","filled_at":"2026-03-02T15:10:00Z"},{"symbol":"O","status":"new"})"),
             u"2026-03-02T15:10:00Z"_s, {u"fill-2026-03-02T15:10:00Z-M | Order filled | TRADE M"_s});
-        row("empty list leaves the mark", fillKey, t15, 200, trades(""), t15);
         row("side upper-cased, price with two decimals and no grouping", fillKey, t15, 200,
             trades(
-                R"({"symbol":"AAPL","side":"buy","filled_at":"2026-03-02T15:01:00Z","fill_price":1234.5},
-                {"symbol":"BRK","side":"Sell","filled_at":"2026-03-02T15:02:00Z","fill_price":1234567},
+                R"({"symbol":"BRK","side":"Sell","filled_at":"2026-03-02T15:02:00Z","fill_price":1234567},
                 {"symbol":"P","side":"buy","filled_at":"2026-03-02T15:03:00Z","fill_price":0.005},
                 {"symbol":"Q","side":"buy","filled_at":"2026-03-02T15:04:00Z","fill_price":187.255},
                 {"symbol":"R","filled_at":"2026-03-02T15:05:00Z","fill_price":-2})"),
             u"2026-03-02T15:05:00Z"_s,
-            {u"fill-2026-03-02T15:01:00Z-AAPL | Order filled | BUY AAPL @ $1234.50"_s,
-             u"fill-2026-03-02T15:02:00Z-BRK | Order filled | SELL BRK @ $1234567.00"_s,
+            {u"fill-2026-03-02T15:02:00Z-BRK | Order filled | SELL BRK @ $1234567.00"_s,
              u"fill-2026-03-02T15:03:00Z-P | Order filled | BUY P @ $0.01"_s,
              u"fill-2026-03-02T15:04:00Z-Q | Order filled | BUY Q @ $187.25"_s,
              u"fill-2026-03-02T15:05:00Z-R | Order filled | TRADE R @ $-2.00"_s});
@@ -184,57 +174,55 @@ private Q_SLOTS:
         QFETCH(QStringList, posted);
         Rig rig;
         QVERIFY(rig.start());
-        rig.setMark(key, mark);
+        if (!mark.isNull())
+            rig.marks->setString(key, mark);
         if (key == decisionKey)
             rig.check(status, body, 404, {});
         else
             rig.check(404, {}, status, body);
         QCOMPARE(lines(rig.notifier.delivered), posted);
-        QCOMPARE(rig.marks->string(key).value_or(none), markAfter);
+        QCOMPARE(rig.marks->string(key).value_or(QString()), markAfter);
     }
 
     void killSwitch_data()
     {
-        QTest::addColumn<QVariant>("mark");             // invalid: never written
-        QTest::addColumn<QList<QByteArray>>("workers"); // one check per worker, "-": no portfolio
+        QTest::addColumn<QVariant>("mark"); // invalid: never written
+        // One check per character: the switch '1' on, '0' off, 'n' null; 'w' a portfolio
+        // without a worker, '-' no portfolio.
+        QTest::addColumn<QByteArray>("switches");
         QTest::addColumn<QVariant>("markAfter");
         QTest::addColumn<QStringList>("posted");
+        const auto row = [](const char *name, QVariant mark, const char *switches, QVariant after,
+                            const QStringList &posted) {
+            QTest::newRow(name) << mark << QByteArray(switches) << after << posted;
+        };
         const QString on = u"killswitch-on | Kill switch activated | Mireo stopped executing on "
                            u"your account. Check the app."_s;
         const QString off = u"killswitch-off | Kill switch cleared | Automatic execution is "
                             u"available again."_s;
-        const QByteArray switchOn = R"("worker":{"killSwitch":true})";
-        const QByteArray switchOff = R"("worker":{"killSwitch":false})";
-        using Workers = QList<QByteArray>;
-        QTest::newRow("first sighting on is announced")
-            << QVariant() << Workers{switchOn} << QVariant(true) << QStringList{on};
-        QTest::newRow("first sighting off is silent")
-            << QVariant() << Workers{switchOff} << QVariant(false) << QStringList();
-        QTest::newRow("on, on announces once")
-            << QVariant() << Workers{switchOn, switchOn} << QVariant(true) << QStringList{on};
-        QTest::newRow("on, off") << QVariant() << Workers{switchOn, switchOff} << QVariant(false)
-                                 << QStringList{on, off};
-        QTest::newRow("null switch counts as off")
-            << QVariant(true) << Workers{R"("worker":{"killSwitch":null})"} << QVariant(false)
-            << QStringList{off};
-        QTest::newRow("no worker leaves the mark")
-            << QVariant(true) << Workers{""} << QVariant(true) << QStringList();
-        QTest::newRow("no portfolio leaves the mark")
-            << QVariant() << Workers{"-"} << QVariant() << QStringList();
+        row("first sighting on is announced", {}, "1", true, {on});
+        row("first sighting off is silent", {}, "0", false, {});
+        row("on, on announces once", {}, "11", true, {on});
+        row("on, off", {}, "10", false, {on, off});
+        row("null switch counts as off", true, "n", false, {off});
+        row("no worker leaves the mark", true, "w", true, {});
+        row("no portfolio leaves the mark", {}, "-", {}, {});
     }
     void killSwitch()
     {
         QFETCH(QVariant, mark);
-        QFETCH(QList<QByteArray>, workers);
+        QFETCH(QByteArray, switches);
         QFETCH(QVariant, markAfter);
         QFETCH(QStringList, posted);
         Rig rig;
         QVERIFY(rig.start());
         if (mark.isValid())
             rig.marks->setBoolean(killSwitchKey, mark.toBool());
-        for (const QByteArray &worker : workers) {
-            if (worker != "-")
-                rig.holdPortfolio(worker);
+        for (const char state : switches) {
+            const QByteArray value = state == '1' ? "true" : state == '0' ? "false" : "null";
+            if (state != '-')
+                rig.holdPortfolio(state == 'w' ? QByteArray()
+                                               : R"("worker":{"killSwitch":)" + value + "}");
             rig.check(404, {}, 404, {});
         }
         QCOMPARE(lines(rig.notifier.delivered), posted);
@@ -242,89 +230,65 @@ private Q_SLOTS:
         QCOMPARE(stored ? QVariant(*stored) : QVariant(), markAfter);
     }
 
-    // The checks run in order, and a failing trades response does not keep the kill switch from
-    // being looked at.
-    void checksRunInOrderPastFailures_data()
+    // The checks run in order, a failing trades call does not keep the kill switch from being
+    // looked at, and two checks at once (the launch's and the first poll tick's) announce once.
+    // Before the permission answer, refused or signed out, nothing is asked or announced.
+    void checks_data()
     {
         QTest::addColumn<int>("tradesStatus");
-        QTest::addColumn<bool>("fillPosted");
-        QTest::newRow("trades fail") << 500 << false;
-        QTest::newRow("trades announce a fill") << 200 << true;
-    }
-    void checksRunInOrderPastFailures()
-    {
-        QFETCH(int, tradesStatus);
-        QFETCH(bool, fillPosted);
-        Rig rig;
-        QVERIFY(rig.start());
-        rig.setMark(decisionKey, u"2026-03-02T14:15:00.000Z"_s);
-        rig.setMark(fillKey, u"2026-03-02T15:00:00Z"_s);
-        rig.holdPortfolio(R"("worker":{"killSwitch":true})");
-        rig.check(200, swing("2026-03-03T14:15:00.000Z"), tradesStatus,
-                  trades(R"({"symbol":"F","filled_at":"2026-03-03T15:00:00Z"})"));
-
-        QStringList expected{u"decision-2026-03-03T14:15:00.000Z"_s, u"killswitch-on"_s};
-        if (fillPosted)
-            expected.insert(1, u"fill-2026-03-03T15:00:00Z-F"_s);
-        QCOMPARE(lines(rig.notifier.delivered, true), expected);
-        QStringList paths;
-        for (const auto &request : rig.standin.server.requests())
-            paths << request.path;
-        QCOMPARE(paths, (QStringList{swingPath, tradesPath}));
-    }
-
-    void gateClosedDoesNothing_data()
-    {
+        QTest::addColumn<int>("checks");
         QTest::addColumn<QVariant>("permission"); // invalid: not answered yet
         QTest::addColumn<bool>("signedIn");
-        QTest::newRow("before the permission answer") << QVariant() << true;
-        QTest::newRow("permission refused") << QVariant(false) << true;
-        QTest::newRow("signed out") << QVariant(true) << false;
+        QTest::addColumn<QStringList>("posted");
+        const QString decision = u"decision-2026-03-03T14:15:00.000Z"_s;
+        const QString fill = u"fill-2026-03-03T15:00:00Z-F"_s, kill = u"killswitch-on"_s;
+        QTest::newRow("trades fail")
+            << 500 << 1 << QVariant(true) << true << QStringList{decision, kill};
+        QTest::newRow("trades announce a fill")
+            << 200 << 1 << QVariant(true) << true << QStringList{decision, fill, kill};
+        QTest::newRow("two checks at once")
+            << 200 << 2 << QVariant(true) << true << QStringList{decision, fill, kill};
+        QTest::newRow("before the permission answer")
+            << 200 << 1 << QVariant() << true << QStringList();
+        QTest::newRow("permission refused") << 200 << 1 << QVariant(false) << true << QStringList();
+        QTest::newRow("signed out") << 200 << 1 << QVariant(true) << false << QStringList();
     }
-    void gateClosedDoesNothing()
+    void checks()
     {
+        QFETCH(int, tradesStatus);
+        QFETCH(int, checks);
         QFETCH(QVariant, permission);
         QFETCH(bool, signedIn);
+        QFETCH(QStringList, posted);
         Rig rig;
         if (signedIn)
             QVERIFY(rig.signIn());
         else
             rig.startAndRestore();
-        rig.holdPortfolio(R"("worker":{"killSwitch":true})");
         rig.notifications.requestPermission();
-        QCOMPARE(rig.notifier.permissionRequests,
-                 QList<Notifier::Permissions>{Notifier::Permission::Alert |
-                                              Notifier::Permission::Sound});
         if (permission.isValid())
             rig.notifier.answer(permission.toBool());
+        rig.marks->setString(decisionKey, u"2026-03-02T14:15:00.000Z"_s);
+        rig.marks->setString(fillKey, u"2026-03-02T15:00:00Z"_s);
+        rig.holdPortfolio(R"("worker":{"killSwitch":true})");
+        rig.standin.answer(swingPath, 200, swing("2026-03-03T14:15:00.000Z"), checks);
+        rig.standin.answer(tradesPath, tradesStatus,
+                           trades(R"({"symbol":"F","filled_at":"2026-03-03T15:00:00Z"})"), checks);
+        std::vector<QCoro::Task<>> running;
+        for (int i = 0; i < checks; ++i)
+            running.push_back(rig.notifications.check(*rig.store));
+        for (QCoro::Task<> &check : running)
+            QCoro::waitFor(check);
 
-        rig.check(200, swing("2026-03-03T14:15:00.000Z"), 200,
-                  trades(R"({"symbol":"F","filled_at":"2026-03-03T15:00:00Z"})"));
-        QCOMPARE(rig.notifier.delivered.size(), 0);
-        QCOMPARE(rig.standin.server.requests().size(), 0);
-        QCOMPARE(rig.marks->string(decisionKey), std::nullopt);
-        QCOMPARE(rig.marks->string(fillKey), std::nullopt);
-        QCOMPARE(rig.marks->boolean(killSwitchKey), std::nullopt);
-    }
-
-    // The launch check and the first poll tick can overlap: one value is announced once.
-    void overlappingChecksAnnounceOnce()
-    {
-        Rig rig;
-        QVERIFY(rig.start());
-        rig.setMark(decisionKey, u"2026-03-02T14:15:00.000Z"_s);
-        rig.setMark(fillKey, u"2026-03-02T15:00:00Z"_s);
-        rig.standin.answer(swingPath, 200, swing("2026-03-03T14:15:00.000Z"), 2);
-        rig.standin.answer(tradesPath, 200,
-                           trades(R"({"symbol":"F","filled_at":"2026-03-03T15:00:00Z"})"), 2);
-        QCoro::Task<> first = rig.notifications.check(*rig.store);
-        QCoro::Task<> second = rig.notifications.check(*rig.store);
-        QCoro::waitFor(first);
-        QCoro::waitFor(second);
-        QCOMPARE(lines(rig.notifier.delivered, true),
-                 (QStringList{u"decision-2026-03-03T14:15:00.000Z"_s,
-                              u"fill-2026-03-03T15:00:00Z-F"_s}));
-        QCOMPARE(rig.standin.server.requests().size(), 4);
+        QCOMPARE(lines(rig.notifier.delivered, true), posted);
+        const auto &requests = rig.standin.server.requests();
+        QCOMPARE(requests.size(), posted.isEmpty() ? 0 : 2 * checks);
+        if (posted.isEmpty()) {
+            QCOMPARE(rig.marks->string(decisionKey), u"2026-03-02T14:15:00.000Z"_s);
+            QCOMPARE(rig.marks->boolean(killSwitchKey), std::nullopt);
+        } else {
+            QCOMPARE(requests.first().path, swingPath);
+        }
     }
 };
 

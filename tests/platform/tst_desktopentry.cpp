@@ -66,9 +66,6 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("path");
         QTest::addColumn<QString>("exec");
-        QTest::newRow("plain") << u"/opt/mireo/bin/mireo-pulse"_s
-                               << u"/opt/mireo/bin/mireo-pulse"_s;
-        QTest::newRow("space") << u"/home/a b/mireo-pulse"_s << u"\"/home/a b/mireo-pulse\""_s;
         QTest::newRow("dollar") << u"/tmp/x$y/mireo-pulse"_s << u"\"/tmp/x\\\\$y/mireo-pulse\""_s;
         QTest::newRow("percent, a field code otherwise")
             << u"/tmp/100%/mireo-pulse"_s << u"/tmp/100%%/mireo-pulse"_s;
@@ -94,14 +91,12 @@ private Q_SLOTS:
             QString::fromUtf8(read(dataHome() + u"/applications/com.mireo.Pulse.desktop"_s));
         for (const QString &line :
              {u"Exec=\""_s + binary + u"\" %u"_s, u"MimeType=x-scheme-handler/mireopulse;"_s,
-              u"Icon=mireo-pulse"_s, u"NoDisplay=false"_s, u"Categories=Office;Finance;"_s,
               u"DBusActivatable=true"_s})
             QVERIFY2(entry.contains(u'\n' + line + u'\n'), qPrintable(line));
         // The bus starts this binary for a launcher's Activate or Open.
         QCOMPARE(read(dataHome() + u"/dbus-1/services/com.mireo.Pulse.service"_s),
                  "[D-BUS Service]\nName=com.mireo.Pulse\nExec=\"" + binary.toUtf8() + "\"\n");
-        QVERIFY(read(dataHome() + u"/icons/hicolor/scalable/apps/mireo-pulse.svg"_s)
-                    .contains("#D4A843"));
+        QVERIFY(QFile::exists(dataHome() + u"/icons/hicolor/scalable/apps/mireo-pulse.svg"_s));
         QTRY_COMPARE(helperCalls().size(), 2);
         QVERIFY(helperCalls().contains(
             u"first xdg-mime default com.mireo.Pulse.desktop x-scheme-handler/mireopulse"_s));
@@ -119,44 +114,44 @@ private Q_SLOTS:
                     .contains(u"\nExec="_s + moved + u" %u\n"_s));
         QTRY_COMPARE(helperCalls().size(), 4);
         QCOMPARE(helperCalls().filter(u"again "_s), QStringList());
-    }
 
-    void installedBuildLeavesTheUserFolderAlone()
-    {
+        // Without the helpers on PATH the entry is still written.
+        qputenv("PATH", m_root.filePath(u"empty"_s).toUtf8());
+        const bool wrote = DesktopEntry::registerForUser(m_root.filePath(u"b/mp"_s));
+        qputenv("PATH", m_root.filePath(u"helpers"_s).toUtf8() + ':' + m_path);
+        QVERIFY(wrote);
+        const QByteArray last = read(dataHome() + u"/applications/com.mireo.Pulse.desktop"_s);
+        QVERIFY(last.contains("/b/mp"));
+
+        // An installed build leaves the user's folder alone.
         const QString prefix = m_root.filePath(u"prefix"_s);
         QDir().mkpath(prefix + u"/bin"_s);
         QDir().mkpath(prefix + u"/share/applications"_s);
         QFile installed(prefix + u"/share/applications/com.mireo.Pulse.desktop"_s);
         QVERIFY(installed.open(QIODevice::WriteOnly));
         installed.close();
-        const QString binary = prefix + u"/bin/mireo-pulse"_s;
-        QVERIFY(DesktopEntry::isInstalled(binary));
-        QVERIFY(!DesktopEntry::registerForUser(binary));
-        QVERIFY(!QFile::exists(dataHome() + u"/applications/com.mireo.Pulse.desktop"_s));
-    }
-
-    void worksWithoutTheHelpers()
-    {
-        qputenv("PATH", m_root.filePath(u"empty"_s).toUtf8());
-        const bool wrote = DesktopEntry::registerForUser(m_root.filePath(u"b/mp"_s));
-        qputenv("PATH", m_root.filePath(u"helpers"_s).toUtf8() + ':' + m_path);
-        QVERIFY(wrote);
-        QVERIFY(QFile::exists(dataHome() + u"/applications/com.mireo.Pulse.desktop"_s));
+        QVERIFY(DesktopEntry::isInstalled(prefix + u"/bin/mireo-pulse"_s));
+        QVERIFY(!DesktopEntry::registerForUser(prefix + u"/bin/mireo-pulse"_s));
+        QCOMPARE(read(dataHome() + u"/applications/com.mireo.Pulse.desktop"_s), last);
     }
 
     void autostartRegistersAndUnregisters()
     {
         XdgAutostart item(u"/usr/bin/mireo-pulse"_s);
-        QCOMPARE(item.status(), LoginItem::Status::NotRegistered);
         QVERIFY(item.registerItem());
         QCOMPARE(item.status(), LoginItem::Status::Enabled);
-        const QByteArray text = read(autostartEntry());
-        QVERIFY(text.startsWith("[Desktop Entry]\n"));
-        QVERIFY(text.contains("\nExec=/usr/bin/mireo-pulse\n"));
-        QVERIFY(text.contains("\nType=Application\n"));
+        QVERIFY(read(autostartEntry()).contains("\nExec=/usr/bin/mireo-pulse\n"));
         QVERIFY(item.unregisterItem());
         QCOMPARE(item.status(), LoginItem::Status::NotRegistered);
         QVERIFY(item.unregisterItem()); // nothing left to remove is not a failure
+
+        // A file where the autostart folder should be: the entry cannot be written.
+        const QString folder = QFileInfo(autostartEntry()).path();
+        QVERIFY(QDir(folder).removeRecursively());
+        QFile blocker(folder);
+        QVERIFY(blocker.open(QIODevice::WriteOnly));
+        QVERIFY(!item.registerItem());
+        QFile::remove(folder);
     }
 
     void autostartEntriesTheUserDisabledAreOff_data()
@@ -182,20 +177,6 @@ private Q_SLOTS:
         file.write(entry);
         file.close();
         QCOMPARE(item.status() == LoginItem::Status::Enabled, enabled);
-    }
-
-    // A file where the autostart folder should be: the entry cannot be written.
-    void autostartRefusedRegistrationReportsFailure()
-    {
-        const QString folder = QFileInfo(autostartEntry()).path();
-        QVERIFY(QDir(folder).removeRecursively());
-        QFile blocker(folder);
-        QVERIFY(blocker.open(QIODevice::WriteOnly));
-        blocker.close();
-        XdgAutostart item(u"/usr/bin/mireo-pulse"_s);
-        QVERIFY(!item.registerItem());
-        QCOMPARE(item.status(), LoginItem::Status::NotRegistered);
-        QFile::remove(folder);
     }
 };
 

@@ -11,16 +11,13 @@
 namespace testing {
 
 // A keychain in memory; `available = false` behaves like a desktop without a keychain service:
-// reads find nothing and writes are lost. `answering = false` is a keychain that says nothing
-// (locked, or not up yet): reads come back unanswered. `heldElsewhere` is another process
-// holding the keychain: a hold asked for meanwhile waits until it is released.
+// reads find nothing and writes are lost. `heldElsewhere` is another process holding the
+// keychain: a hold asked for meanwhile waits until it is released.
 class InMemorySecretStore final : public SecretStore
 {
 public:
     bool available = true;
-    bool answering = true;
     bool heldElsewhere = false;
-    int reads = 0;
     int holdsAsked = 0;
     QHash<QString, QString> items;
 
@@ -32,9 +29,6 @@ public:
     }
     QCoro::Task<Read> read(QString key) override
     {
-        ++reads;
-        if (!answering)
-            co_return Read{};
         const auto found = items.constFind(key);
         if (!available || found == items.cend())
             co_return Read{true, std::nullopt};
