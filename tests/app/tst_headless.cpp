@@ -1,8 +1,6 @@
 #include "hardening/PulseBinary.h"
 #include "support/StandinFixture.h"
 
-#include <QDir>
-#include <QImage>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
@@ -11,15 +9,12 @@
 
 using namespace Qt::StringLiterals;
 
-// The real binary, run as a status bar or a script would run it: --status-json, --follow and
-// the pictures.
+// The real binary, run as a status bar or a script would run it: --follow with --json.
 class TestHeadless : public QObject
 {
     Q_OBJECT
 
     std::unique_ptr<testing::PulseBinary> m_binary; // a settings folder of its own per case
-
-    QString file(const QString &name) const { return QDir(m_binary->folder()).filePath(name); }
 
     // The lines printed until the public side of one says the refresh is over: `key` is a
     // string there and it is not refreshing.
@@ -90,25 +85,6 @@ private Q_SLOTS:
         QCOMPARE(titles(offline), QStringList{"M -3.2%"});
         QCOMPARE(offline.last()[u"public"][u"lastError"].toString(),
                  u"offline \u2014 showing last known numbers"_s);
-    }
-
-    void rendersBothSurfacesOrFails()
-    {
-        testing::StandinFixture standin;
-        const QString popover = file(u"popover.png"_s);
-        const QString onboarding = file(u"onboarding.png"_s);
-        QCOMPARE(m_binary
-                     ->run(standin.url(),
-                           {u"--render-popover"_s, popover, u"--render-onboarding="_s + onboarding})
-                     .exitCode,
-                 0);
-        QCOMPARE(QImage(popover).width(), 344 + 2 * 14);
-        QVERIFY(QImage(popover).height() > 150);
-        QCOMPARE(QImage(onboarding).width(), 420);
-        QCOMPARE(
-            m_binary->run(standin.url(), {u"--render-popover"_s, file(u"missing/popover.png"_s)})
-                .exitCode,
-            1);
     }
 };
 

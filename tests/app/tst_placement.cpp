@@ -24,8 +24,6 @@ private Q_SLOTS:
         const int gap = PanelPlacement::popoverGap;
         const std::optional<QPoint> quickPanel;
         row("panel: laptop frame", QRect(0, 0, 1512, 944), quickPanel, size, QPoint(586, 209));
-        row("panel: right-hand screen", QRect(1920, 0, 1280, 1024), quickPanel, size,
-            QPoint(2390, 239));
         row("panel: screen above the primary", QRect(0, -768, 1024, 768), quickPanel, size,
             QPoint(342, -626));
         row("panel: taller than the raise allows", QRect(0, 0, 800, 600), quickPanel,

@@ -1,12 +1,9 @@
 #include "app/PopoverWindow.h"
-#include "app/PulseSurfaces.h"
 #include "app/QuickPanel.h"
-#include "app/StatusItem.h"
 
 #include <QApplication>
 #include <QLabel>
 #include <QScreen>
-#include <QSignalSpy>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -21,17 +18,6 @@ QWidget *placeholderContent(QSize size)
     content->setFixedSize(size);
     return content;
 }
-
-class FakeStatusItem : public StatusItem
-{
-public:
-    void setTitle(const QString &title) override { m_title = title; }
-    QString title() const override { return m_title; }
-    bool isVisible() const override { return true; }
-
-private:
-    QString m_title;
-};
 
 } // namespace
 
@@ -71,35 +57,6 @@ private Q_SLOTS:
         QVERIFY(popover.isHidden());
         // A later click opens it again.
         QTRY_VERIFY(popover.isVisible() || (popover.toggle(click), false));
-    }
-
-    // Each surface builds its view when first shown, and only then.
-    void surfacesBuildTheirViewsOnFirstUse()
-    {
-        int built = 0;
-        PulseSurfaces surfaces([&] {
-            ++built;
-            return placeholderContent(QSize(300, 200));
-        });
-        QSignalSpy opened(&surfaces, &PulseSurfaces::opened);
-        FakeStatusItem item;
-        surfaces.attach(item);
-        const QPoint click(available().center().x(), available().top() + 2);
-        Q_EMIT item.activated(click);
-        QVERIFY(QTest::qWaitForWindowExposed(&surfaces.popover()));
-        QCOMPARE(built, 1);
-
-        surfaces.toggleQuickPanel();
-        QVERIFY(QTest::qWaitForWindowExposed(surfaces.quickPanel()));
-        QCOMPARE(built, 2);
-        QCOMPARE(opened.count(), 2);
-
-        // Closing opens nothing and builds nothing.
-        surfaces.toggleQuickPanel();
-        QVERIFY(surfaces.quickPanel()->isHidden());
-        surfaces.toggleQuickPanel();
-        QCOMPARE(built, 2);
-        QCOMPARE(opened.count(), 3);
     }
 };
 

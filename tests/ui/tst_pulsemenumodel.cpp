@@ -1,7 +1,6 @@
 #include "settings/AppSettings.h"
 #include "settings/Defaults.h"
 #include "ui/OnboardingView.h"
-#include "ui/Palette.h"
 #include "ui/PulseMenuModel.h"
 #include "ui/PulseMenuSections.h"
 #include "ui/RenderPng.h"
@@ -12,7 +11,6 @@
 #include <QDir>
 #include <QLabel>
 #include <QPushButton>
-#include <QSet>
 #include <QTest>
 #include <QVBoxLayout>
 
@@ -461,28 +459,6 @@ private Q_SLOTS:
             problems << layoutProblemsOf(input, name + u"-pt"_s);
         }
         QVERIFY2(problems.isEmpty(), qPrintable(problems.join(u'\n')));
-    }
-
-    // A desktop that turns dark recolours the built widgets: the dark gain and loss show, the
-    // light gain does not.
-    void darkPaletteRecoloursWithoutRebuilding()
-    {
-        QWidget host;
-        auto *box = new QVBoxLayout(&host);
-        box->addWidget(ui::buildPulseMenu(ui::pulseMenuModel(withAccount(3)), {}).content);
-        QPalette light = host.palette(), dark = light;
-        light.setColor(QPalette::Window, Qt::white);
-        dark.setColor(QPalette::Window, QColor(30, 30, 30));
-        dark.setColor(QPalette::WindowText, Qt::white);
-        host.setPalette(dark);
-        const QImage image = host.grab().toImage();
-        QSet<QRgb> shown;
-        for (int y = 0; y < image.height(); ++y)
-            for (int x = 0; x < image.width(); ++x)
-                shown.insert(image.pixel(x, y) | 0xff000000);
-        QVERIFY(shown.contains(ui::mireoGain(dark).rgb()) &&
-                shown.contains(ui::mireoLoss(dark).rgb()));
-        QVERIFY(!shown.contains(ui::mireoGain(light).rgb()));
     }
 
     void onboarding()
