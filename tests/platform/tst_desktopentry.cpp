@@ -153,31 +153,6 @@ private Q_SLOTS:
         QVERIFY(!item.registerItem());
         QFile::remove(folder);
     }
-
-    void autostartEntriesTheUserDisabledAreOff_data()
-    {
-        QTest::addColumn<QByteArray>("entry");
-        QTest::addColumn<bool>("enabled");
-        QTest::newRow("plain") << QByteArray("[Desktop Entry]\nExec=x\n") << true;
-        QTest::newRow("hidden") << QByteArray("[Desktop Entry]\nHidden=true\n") << false;
-        QTest::newRow("hidden false") << QByteArray("[Desktop Entry]\nHidden=false\n") << true;
-        QTest::newRow("gnome disabled")
-            << QByteArray("[Desktop Entry]\nX-GNOME-Autostart-enabled=false\n") << false;
-        QTest::newRow("key in another group")
-            << QByteArray("[Desktop Entry]\nExec=x\n[Desktop Action a]\nHidden=true\n") << true;
-    }
-    void autostartEntriesTheUserDisabledAreOff()
-    {
-        QFETCH(QByteArray, entry);
-        QFETCH(bool, enabled);
-        XdgAutostart item(u"/usr/bin/mireo-pulse"_s);
-        QVERIFY(item.registerItem());
-        QFile file(autostartEntry());
-        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        file.write(entry);
-        file.close();
-        QCOMPARE(item.status() == LoginItem::Status::Enabled, enabled);
-    }
 };
 
 QTEST_GUILESS_MAIN(TestDesktopEntry)

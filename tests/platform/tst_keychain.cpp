@@ -90,7 +90,6 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("output");
         QTest::newRow("cut before the end of the line") << QByteArray("value dG9r");
-        QTest::newRow("silence") << QByteArray();
         QTest::newRow("anything else") << QByteArray("locked\n");
     }
     void helperAnswersThatAreNotWholeLinesAreNone()
