@@ -101,8 +101,6 @@ private Q_SLOTS:
         row("later duplicate wins", at + u"access_token=A&refresh_token=R1&refresh_token=R2"_s,
             u"R2"_s);
         row("encoded = decoded", at + u"access_token=A&refresh_token=R%3Dq%2Fz"_s, u"R=q/z"_s);
-        row("empty key skipped", at + u"=A&access_token=A&refresh_token==R"_s, u"=R"_s);
-        row("no host", u"mireopulse:#access_token=A&refresh_token=R"_s, u"R"_s);
         row("empty value ignored", at + u"access_token=&refresh_token=R"_s, {},
             u"sign-in failed"_s);
         row("tokens in the query", u"mireopulse://auth?access_token=A&refresh_token=R"_s, {},

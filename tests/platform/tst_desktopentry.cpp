@@ -115,14 +115,6 @@ private Q_SLOTS:
         QTRY_COMPARE(helperCalls().size(), 4);
         QCOMPARE(helperCalls().filter(u"again "_s), QStringList());
 
-        // Without the helpers on PATH the entry is still written.
-        qputenv("PATH", m_root.filePath(u"empty"_s).toUtf8());
-        const bool wrote = DesktopEntry::registerForUser(m_root.filePath(u"b/mp"_s));
-        qputenv("PATH", m_root.filePath(u"helpers"_s).toUtf8() + ':' + m_path);
-        QVERIFY(wrote);
-        const QByteArray last = read(dataHome() + u"/applications/com.mireo.Pulse.desktop"_s);
-        QVERIFY(last.contains("/b/mp"));
-
         // An installed build leaves the user's folder alone.
         const QString prefix = m_root.filePath(u"prefix"_s);
         QDir().mkpath(prefix + u"/bin"_s);
@@ -132,7 +124,8 @@ private Q_SLOTS:
         installed.close();
         QVERIFY(DesktopEntry::isInstalled(prefix + u"/bin/mireo-pulse"_s));
         QVERIFY(!DesktopEntry::registerForUser(prefix + u"/bin/mireo-pulse"_s));
-        QCOMPARE(read(dataHome() + u"/applications/com.mireo.Pulse.desktop"_s), last);
+        QVERIFY(QString::fromUtf8(read(dataHome() + u"/applications/com.mireo.Pulse.desktop"_s))
+                    .contains(u"\nExec="_s + moved + u" %u\n"_s));
     }
 
     void autostartRegistersAndUnregisters()
