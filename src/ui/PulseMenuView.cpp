@@ -49,6 +49,9 @@ PulseMenuView::PulseMenuView(Services services, std::function<void()> onCheckUpd
     base::connectFieldChanges(m_services.auth, this, render);
     base::connectFieldChanges(m_services.settings, this, render);
 
+    // A child, so that whoever holds the view can see whether the badge is ticking.
+    m_badgeTick.setParent(this);
+    m_badgeTick.setObjectName(QStringLiteral("badgeTick"));
     m_badgeTick.setInterval(std::chrono::seconds(1));
     connect(&m_badgeTick, &QTimer::timeout, this, &PulseMenuView::tickBadge);
     renderNow();

@@ -55,13 +55,15 @@ inline int countFromEnvironment(const char *name, int fallback)
 } // namespace testing
 
 // A test main whose process has its own, empty user-defaults folder, for code that reaches the
-// shared store (the language choice) rather than an injected one.
-#define MIREO_TEST_MAIN_WITH_PRIVATE_CONFIG(TestClass)                                             \
+// shared store (the language choice) rather than an injected one. Widgets need a QApplication.
+#define MIREO_TEST_MAIN_WITH_PRIVATE_CONFIG_APP(TestClass, AppClass)                               \
     int main(int argc, char *argv[])                                                               \
     {                                                                                              \
         QTemporaryDir home;                                                                        \
         qputenv("XDG_CONFIG_HOME", home.path().toUtf8());                                          \
-        QCoreApplication app(argc, argv);                                                          \
+        AppClass app(argc, argv);                                                                  \
         TestClass test;                                                                            \
         return QTest::qExec(&test, argc, argv);                                                    \
     }
+#define MIREO_TEST_MAIN_WITH_PRIVATE_CONFIG(TestClass)                                             \
+    MIREO_TEST_MAIN_WITH_PRIVATE_CONFIG_APP(TestClass, QCoreApplication)

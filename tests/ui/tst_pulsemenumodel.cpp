@@ -1,5 +1,6 @@
 #include "settings/AppSettings.h"
 #include "settings/Defaults.h"
+#include "support/TestSupport.h"
 #include "ui/OnboardingView.h"
 #include "ui/PulseMenuModel.h"
 #include "ui/PulseMenuSections.h"
@@ -474,13 +475,5 @@ private Q_SLOTS:
     }
 };
 
-// Widgets need a QApplication; the language lives in this process's own config folder.
-int main(int argc, char *argv[])
-{
-    QTemporaryDir home;
-    qputenv("XDG_CONFIG_HOME", home.path().toUtf8());
-    QApplication app(argc, argv);
-    TestPulseMenuModel test;
-    return QTest::qExec(&test, argc, argv);
-}
+MIREO_TEST_MAIN_WITH_PRIVATE_CONFIG_APP(TestPulseMenuModel, QApplication)
 #include "tst_pulsemenumodel.moc"
