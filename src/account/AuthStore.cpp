@@ -66,14 +66,10 @@ AuthStore::AuthStore(net::HttpClient &http, Defaults &defaults, const base::Cloc
     : QObject(parent), m_http(http), m_defaults(defaults), m_clock(clock), m_secrets(secrets),
       m_browser(browser), m_endpoints(std::move(endpoints))
 {
+    // Numbers at once: a keychain may take its time (or wait for its password) to answer.
+    restorePortfolioCache();
     // On the next turn, once whoever created the store is listening.
     QTimer::singleShot(0, this, [this] { restore(); });
-}
-
-QCoro::Task<std::optional<QString>> AuthStore::storedRefreshToken()
-{
-    const SecretStore::Read stored = co_await m_secrets.read(QString::fromLatin1(refreshTokenKey));
-    co_return stored.value;
 }
 
 void AuthStore::beginSignIn()
@@ -91,6 +87,9 @@ void AuthStore::beginSignIn()
 
 void AuthStore::handleCallback(const QUrl &url)
 {
+    // Tokens we did not ask for would sign the user into someone else's account.
+    if (!m_signingIn)
+        return;
     setSigningIn(false);
     if (!url.isValid() || !url.hasFragment()) {
         setLastError(L::text("sign-in was cancelled", "sess\u00E3o cancelada"));
@@ -105,8 +104,8 @@ void AuthStore::handleCallback(const QUrl &url)
             parseSeconds(values.value(QStringLiteral("expires_in"), QStringLiteral("3600")))
                 .value_or(defaultLifetimeSeconds);
         m_expiresAt = after(m_clock.now(), lifetime);
-        // Finishes on its own; the keychain orders it before any later read.
-        m_secrets.replace(QString::fromLatin1(refreshTokenKey), *refreshToken);
+        m_storedToken = StoredToken::Present;
+        storeSignedInToken(*refreshToken);
         setIsSignedIn(true);
         setLastError(std::nullopt);
         loadPortfolio();
@@ -119,21 +118,45 @@ void AuthStore::handleCallback(const QUrl &url)
         setLastError(L::text("sign-in failed", "o in\u00EDcio de sess\u00E3o falhou"));
 }
 
+QCoro::Task<> AuthStore::storeSignedInToken(QString refreshToken)
+{
+    QPointer<AuthStore> self(this);
+    const quint64 signOuts = m_signOuts;
+    const std::unique_ptr<SecretStore::Hold> hold = co_await m_secrets.hold();
+    if (!self || signOuts != m_signOuts)
+        co_return;
+    if (!hold) {
+        qWarning("mireo-pulse: the keychain stayed held by another process; this sign-in is "
+                 "not kept for the next start");
+        co_return;
+    }
+    co_await m_secrets.replace(QString::fromLatin1(refreshTokenKey), refreshToken);
+}
+
 QCoro::Task<> AuthStore::refreshSession()
 {
     QPointer<AuthStore> self(this);
+    const quint64 signOuts = m_signOuts;
     // The backend's refresh tokens work once: from the read to the write of the rotated token,
     // no other process of this user may read the one we are about to spend.
     const std::unique_ptr<SecretStore::Hold> hold = co_await m_secrets.hold();
-    if (!self || !hold)
+    if (!self || !hold || signOuts != m_signOuts)
+        co_return;
+    // A renewal that had the hold before us may have done our work.
+    if (!needsRenewal())
         co_return;
     ++m_renewals;
     const auto renewed = qScopeGuard([self] {
         if (self && --self->m_renewals == 0)
             Q_EMIT self->renewalFinished();
     });
-    const std::optional<QString> refreshToken = co_await storedRefreshToken();
-    if (!self || !refreshToken)
+    const QString key = QString::fromLatin1(refreshTokenKey);
+    const SecretStore::Read stored = co_await m_secrets.read(key);
+    if (!self || signOuts != m_signOuts)
+        co_return;
+    if (stored.answered)
+        m_storedToken = stored.value ? StoredToken::Present : StoredToken::Absent;
+    if (!stored.value)
         co_return;
 
     net::HttpRequest request;
@@ -141,11 +164,12 @@ QCoro::Task<> AuthStore::refreshSession()
     request.url = under(m_endpoints.supabase, QStringLiteral("auth/v1/token"));
     request.url.setQuery(QStringLiteral("grant_type=refresh_token"));
     request.headers = {{"apikey", m_endpoints.anonKey}, {"Content-Type", "application/json"}};
-    request.body = QJsonDocument(QJsonObject{{QStringLiteral("refresh_token"), *refreshToken}})
+    request.body = QJsonDocument(QJsonObject{{QStringLiteral("refresh_token"), *stored.value}})
                        .toJson(QJsonDocument::Compact);
     request.timeout = requestTimeout;
     const net::HttpResponse response = co_await m_http.send(std::move(request));
-    if (!self)
+    // Signed out meanwhile: the answer is stored nowhere.
+    if (!self || signOuts != m_signOuts)
         co_return;
 
     if (response.status == 400 || response.status == 401) {
@@ -160,40 +184,65 @@ QCoro::Task<> AuthStore::refreshSession()
                              "offline \u2014 dados da conta podem estar velhos"));
         co_return;
     }
+    // A sign-out in another process deletes the token at once, without waiting for our hold:
+    // a session whose token has left the keychain is over, whatever the service answered.
+    const SecretStore::Read current = co_await m_secrets.read(key);
+    if (!self || signOuts != m_signOuts)
+        co_return;
+    if (current.answered && current.value != stored.value) {
+        m_storedToken = current.value ? StoredToken::Present : StoredToken::Absent;
+        endSessionInMemory();
+        co_return;
+    }
     m_accessToken = QString::fromStdString(accessToken->get<std::string>());
     const auto expiresIn = body->find("expires_in");
     m_expiresAt = after(m_clock.now(), expiresIn != body->end() && expiresIn->is_number()
                                            ? expiresIn->get<double>()
                                            : defaultLifetimeSeconds);
     const auto rotated = body->find("refresh_token");
-    QCoro::Task<> stored =
+    QCoro::Task<> storing =
         rotated != body->end() && rotated->is_string()
-            ? m_secrets.replace(QString::fromLatin1(refreshTokenKey),
-                                QString::fromStdString(rotated->get<std::string>()))
+            ? m_secrets.replace(key, QString::fromStdString(rotated->get<std::string>()))
             : QCoro::Task<>();
     setIsSignedIn(true);
     setLastError(std::nullopt);
     // The hold ends only once the rotated token is in the keychain.
-    if (!stored.isReady())
-        co_await std::move(stored);
+    if (!storing.isReady())
+        co_await std::move(storing);
+}
+
+bool AuthStore::needsRenewal() const
+{
+    const QDateTime renewAt =
+        m_expiresAt.isValid() ? m_expiresAt.addSecs(-expiryMargin.count()) : QDateTime();
+    return !renewAt.isValid() || m_clock.now() > renewAt;
 }
 
 QCoro::Task<> AuthStore::refreshIfNeeded()
 {
-    // Signed out, the expiry is the distant past: the renewal's own keychain read then finds
-    // whether there is a session to renew, so the keychain is read once, not twice.
-    const QDateTime renewAt =
-        m_expiresAt.isValid() ? m_expiresAt.addSecs(-expiryMargin.count()) : QDateTime();
-    if (!renewAt.isValid() || m_clock.now() > renewAt)
+    // Signed out with no token in the keychain at the last look: nothing to renew, and no
+    // keychain work (a locked keychain would ask for its password at every poll).
+    if (!m_isSignedIn && m_storedToken == StoredToken::Absent)
+        co_return;
+    if (needsRenewal())
         co_await refreshSession();
 }
 
 QCoro::Task<> AuthStore::restore()
 {
     QPointer<AuthStore> self(this);
-    const std::optional<QString> stored = co_await storedRefreshToken();
-    if (self && stored) {
-        restorePortfolioCache();
+    const SecretStore::Read stored = co_await m_secrets.read(QString::fromLatin1(refreshTokenKey));
+    if (!self)
+        co_return;
+    if (stored.answered && m_storedToken == StoredToken::Unknown) {
+        m_storedToken = stored.value ? StoredToken::Present : StoredToken::Absent;
+        // A cache left behind by a signed-out user is not shown.
+        if (!stored.value && !m_isSignedIn) {
+            setPortfolio(std::nullopt);
+            setPortfolioAsOf(std::nullopt);
+        }
+    }
+    if (stored.value) {
         co_await refreshSession();
         if (self && m_isSignedIn)
             co_await loadPortfolio();
@@ -210,6 +259,28 @@ void AuthStore::signOut()
 QCoro::Task<> AuthStore::forgetSession(Holding holding)
 {
     QPointer<AuthStore> self(this);
+    const QString key = QString::fromLatin1(refreshTokenKey);
+    // The keychain first, at once: a kill a moment later must not leave the token behind.
+    QCoro::Task<> deleted = m_secrets.remove(key);
+    m_storedToken = StoredToken::Absent;
+    ++m_signOuts;
+    endSessionInMemory();
+    m_defaults.remove(portfolioCacheKey);
+    m_defaults.remove(portfolioAsOfKey);
+    m_defaults.sync();
+    co_await std::move(deleted);
+    if (!self || holding == Holding::Already)
+        co_return;
+    // Again under the hold: a renewal in another process that stored its rotated token after
+    // the first delete loses it too. A sign-in since then keeps its own.
+    const quint64 signOuts = m_signOuts;
+    const std::unique_ptr<SecretStore::Hold> hold = co_await m_secrets.hold();
+    if (self && hold && signOuts == m_signOuts && !m_isSignedIn)
+        co_await m_secrets.remove(key);
+}
+
+void AuthStore::endSessionInMemory()
+{
     m_accessToken.reset();
     m_expiresAt = QDateTime();
     setIsSignedIn(false);
@@ -217,18 +288,6 @@ QCoro::Task<> AuthStore::forgetSession(Holding holding)
     setPortfolioAsOf(std::nullopt);
     setTodayDecision(std::nullopt);
     setPositions({});
-    m_defaults.remove(portfolioCacheKey);
-    m_defaults.remove(portfolioAsOfKey);
-    m_defaults.sync();
-    // Under the hold, so a renewal under way in another process cannot store its new token
-    // after the delete; a hold not had in time still deletes.
-    std::unique_ptr<SecretStore::Hold> hold;
-    if (holding == Holding::NotYet) {
-        hold = co_await m_secrets.hold();
-        if (!self)
-            co_return;
-    }
-    co_await m_secrets.remove(QString::fromLatin1(refreshTokenKey));
 }
 
 QCoro::Task<std::optional<QByteArray>> AuthStore::bearerGET(QString path)
@@ -250,9 +309,11 @@ QCoro::Task<std::optional<QByteArray>> AuthStore::bearerGET(QString path)
 QCoro::Task<> AuthStore::loadPortfolio()
 {
     QPointer<AuthStore> self(this);
+    const quint64 signOuts = m_signOuts;
     const std::optional<QByteArray> data =
         co_await bearerGET(QStringLiteral("api/mobile/portfolio"));
-    if (!self)
+    // An account signed out meanwhile is neither shown nor cached.
+    if (!self || signOuts != m_signOuts)
         co_return;
     const std::optional<Portfolio> decoded = data ? decodePortfolio(*data) : std::nullopt;
     if (!decoded) {
@@ -276,8 +337,9 @@ QCoro::Task<> AuthStore::loadPortfolio()
 QCoro::Task<> AuthStore::loadTodayDecision()
 {
     QPointer<AuthStore> self(this);
+    const quint64 signOuts = m_signOuts;
     const auto data = co_await bearerGET(QStringLiteral("api/mobile/signals/swing"));
-    if (!self || !data)
+    if (!self || !data || signOuts != m_signOuts)
         co_return;
     const std::optional<SwingResponse> swing = decodeSwing(*data);
     // A day without a decision yet does not clear yesterday's.
@@ -288,8 +350,9 @@ QCoro::Task<> AuthStore::loadTodayDecision()
 QCoro::Task<> AuthStore::loadPositions()
 {
     QPointer<AuthStore> self(this);
+    const quint64 signOuts = m_signOuts;
     const auto data = co_await bearerGET(QStringLiteral("api/mobile/positions"));
-    if (!self || !data)
+    if (!self || !data || signOuts != m_signOuts)
         co_return;
     const std::optional<PositionsResponse> response = decodePositions(*data);
     if (!response)

@@ -67,13 +67,15 @@ public:
 
     // Opens the sign-in page in the browser; the tokens come back through handleCallback.
     void beginSignIn();
-    // The custom-scheme redirect, tokens in the fragment.
+    // The custom-scheme redirect, tokens in the fragment. Links reach us from anyone: only
+    // while our own sign-in is under way does one count; any other is dropped unread.
     void handleCallback(const QUrl &url);
     // Renews the access token when it lapses within the margin; awaited before every
     // authenticated request.
     QCoro::Task<> refreshIfNeeded();
-    // Launch: with a refresh token stored, show the cached portfolio, refresh the session and
-    // load the account. Emits restoreFinished.
+    // Launch: with a refresh token stored, refresh the session and load the account. The cached
+    // portfolio is on show from creation, and goes once the keychain says there is no session.
+    // Emits restoreFinished.
     QCoro::Task<> restore();
     void signOut();
 
@@ -99,14 +101,21 @@ Q_SIGNALS:
     void renewalFinished();
 
 private:
+    // What the keychain last said of the refresh token; read again only where it is unknown.
+    enum class StoredToken { Unknown, Present, Absent };
+
     QCoro::Task<> refreshSession();
+    bool needsRenewal() const;
+    // Stores a sign-in's refresh token under the keychain hold, unless a sign-out came first.
+    QCoro::Task<> storeSignedInToken(QString refreshToken);
+    // Drops the session held in memory and the account data on show; the keychain is untouched.
+    void endSessionInMemory();
     QCoro::Task<> loadTodayDecision();
     QCoro::Task<> loadPositions();
     // signOut, finishing once the keychain has forgotten the token.
     enum class Holding { NotYet, Already };
     QCoro::Task<> forgetSession(Holding holding);
     void restorePortfolioCache();
-    QCoro::Task<std::optional<QString>> storedRefreshToken();
 
     void setIsSignedIn(bool value);
     void setSigningIn(bool value);
@@ -134,4 +143,7 @@ private:
     std::optional<QString> m_accessToken; // memory only
     QDateTime m_expiresAt;                // invalid: the distant past, so a fresh store is expired
     int m_renewals = 0;                   // renewals holding the keychain
+    StoredToken m_storedToken = StoredToken::Unknown;
+    // Counts sign-outs: work begun before one finds it changed and stores nothing.
+    quint64 m_signOuts = 0;
 };

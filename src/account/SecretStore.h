@@ -19,8 +19,8 @@ public:
         std::optional<QString> value;
     };
 
-    // While it lives, no other process of the user that asks for one reads or replaces the
-    // secrets: a read-and-replace under it is one step for all of them.
+    // While it lives, no other holder, in this process or another of the user, reads or
+    // replaces the secrets: a read-and-replace under it is one step for all of them.
     class Hold
     {
     public:

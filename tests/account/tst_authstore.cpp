@@ -41,6 +41,7 @@ class TestAuthStore : public QObject
                 R"({"decidedAt":"2025-03-07T15:15:00.000Z","signals":[{"symbol":"NVDA"}]})");
             standin.answer(positionsPath, 200, positionsBody);
             QSignalSpy loaded(store.get(), &AuthStore::positionsChanged);
+            store->beginSignIn();
             store->handleCallback(QUrl(u"mireopulse://auth#"_s + fragment));
             if (!loaded.wait(5000))
                 qFatal("the account did not load");
@@ -68,6 +69,9 @@ private Q_SLOTS:
         QCoro::waitFor(store.loadPortfolio());
         QVERIFY(!QCoro::waitFor(store.setAutoExecution(true)));
         QVERIFY(!store.lastError());
+        // A link nobody asked for changes nothing.
+        store.handleCallback(QUrl(u"mireopulse://auth#access_token=A&refresh_token=R"_s));
+        QVERIFY(!store.isSignedIn() && rig.secrets.items.isEmpty() && !store.lastError());
         store.beginSignIn();
         QVERIFY(store.signingIn());
         QCOMPARE(rig.browser.opened.size(), 1);
@@ -154,6 +158,8 @@ private Q_SLOTS:
         QFETCH(QString, storedToken);
         Rig rig;
         rig.signIn();
+        // Someone else's tokens, while signed in: the session stays ours.
+        rig.store->handleCallback(QUrl(u"mireopulse://auth#access_token=X&refresh_token=Y"_s));
         rig.clock.set(rig.clock.now().addSecs(2 * 3600));
         rig.standin.answer(tokenPath, 200, body);
         // Another process renewing holds the keychain: this renewal waits for it before it reads
@@ -177,6 +183,76 @@ private Q_SLOTS:
         QCOMPARE(rig.secrets.items.value(refreshKey), storedToken);
         QCoro::waitFor(rig.store->bearerGET(u"api/mobile/positions"_s));
         QCOMPARE(rig.requestsTo(positionsPath).value(0).header("Authorization"), "Bearer A2");
+    }
+
+    // A renewal answered after "Sign out" stores nothing, whichever process ran it, and the
+    // next start is signed out.
+    void signOutOutlivesARenewal_data()
+    {
+        QTest::addColumn<bool>("elsewhere");
+        QTest::newRow("renewal in this process") << false;
+        QTest::newRow("renewal in another process") << true;
+    }
+    void signOutOutlivesARenewal()
+    {
+        QFETCH(bool, elsewhere);
+        Rig rig;
+        rig.signIn();
+        rig.clock.set(rig.clock.now().addSecs(2 * 3600));
+        rig.standin.server.overrideNext(tokenPath,
+                                        {.status = 200,
+                                         .body = R"({"access_token":"A2","refresh_token":"R2"})",
+                                         .delayMs = 300});
+        // Another process's store renews as it starts.
+        std::unique_ptr<AuthStore> other;
+        if (elsewhere)
+            other = std::make_unique<AuthStore>(
+                rig.http, *rig.defaults, rig.clock, rig.secrets, rig.browser,
+                AuthStore::Endpoints{rig.standin.url(), rig.standin.url(), anonKey});
+        AuthStore &renewing = elsewhere ? *other : *rig.store;
+        QSignalSpy renewed(&renewing, &AuthStore::renewalFinished);
+        QCoro::Task<> renewal = elsewhere ? QCoro::Task<>() : renewing.refreshIfNeeded();
+        QTRY_COMPARE(rig.requestsTo(tokenPath).size(), 1);
+        rig.store->signOut();
+        QVERIFY(!rig.secrets.items.contains(refreshKey));
+        QVERIFY(renewed.wait(5000));
+        QVERIFY(!rig.secrets.items.contains(refreshKey));
+        QVERIFY(!renewing.isSignedIn() && !rig.store->isSignedIn());
+
+        other.reset();
+        rig.store.reset();
+        rig.defaults.reopen();
+        AuthStore &restarted = rig.startAndRestore();
+        QVERIFY(!restarted.isSignedIn() && !restarted.portfolio());
+        QCOMPARE(rig.requestsTo(tokenPath).size(), 1);
+    }
+
+    // Two renewals at once spend the refresh token once: the second finds the first's work.
+    void overlappingRenewalsRotateOnce()
+    {
+        Rig rig;
+        rig.signIn();
+        rig.clock.set(rig.clock.now().addSecs(2 * 3600));
+        rig.standin.answer(tokenPath, 200, R"({"access_token":"A2","refresh_token":"R2"})");
+        QCoro::Task<> first = rig.store->refreshIfNeeded();
+        QCoro::Task<> second = rig.store->refreshIfNeeded();
+        QCoro::waitFor(first);
+        QCoro::waitFor(second);
+        QCOMPARE(rig.requestsTo(tokenPath).size(), 1);
+        QCOMPARE(rig.secrets.items.value(refreshKey), u"R2"_s);
+    }
+
+    // Signed out, polls leave the keychain alone: one look at launch, none after.
+    void signedOutPollsLeaveTheKeychainAlone()
+    {
+        Rig rig;
+        AuthStore &store = rig.startAndRestore();
+        const int reads = rig.secrets.reads;
+        for (int poll = 0; poll < 5; ++poll)
+            QCoro::waitFor(store.loadPortfolio());
+        QCOMPARE(rig.secrets.reads, reads);
+        QCOMPARE(rig.secrets.holdsAsked, 0);
+        QVERIFY(rig.standin.server.requests().isEmpty());
     }
 
     void expiryMargin_data()
@@ -210,10 +286,14 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("cached"); // empty: no key
         QTest::addColumn<bool>("asOfStored");
         QTest::addColumn<bool>("shown");
-        QTest::newRow("cache without its date") << true << portfolioBody << false << true;
-        QTest::newRow("signed out: never shown") << false << portfolioBody << true << false;
-        QTest::newRow("undecodable cache") << true << QByteArray(R"({"plan":1})") << true << false;
-        QTest::newRow("no cache") << true << QByteArray() << true << false;
+        QTest::addColumn<bool>("keychainAnswers");
+        QTest::newRow("cache without its date") << true << portfolioBody << false << true << true;
+        QTest::newRow("signed out: not shown") << false << portfolioBody << true << false << true;
+        QTest::newRow("undecodable cache")
+            << true << QByteArray(R"({"plan":1})") << true << false << true;
+        QTest::newRow("no cache") << true << QByteArray() << true << false << true;
+        QTest::newRow("keychain that never answers: shown at once")
+            << true << portfolioBody << true << true << false;
     }
     void cacheRestore()
     {
@@ -221,8 +301,10 @@ private Q_SLOTS:
         QFETCH(QByteArray, cached);
         QFETCH(bool, asOfStored);
         QFETCH(bool, shown);
+        QFETCH(bool, keychainAnswers);
 
         Rig rig;
+        rig.secrets.answering = keychainAnswers;
         const QDateTime asOf(QDate(2025, 3, 6), QTime(20, 0), Qt::UTC);
         if (tokenStored)
             rig.secrets.items.insert(refreshKey, u"R"_s);
@@ -242,6 +324,8 @@ private Q_SLOTS:
             QCOMPARE(*store.portfolio(), *decodePortfolio(cached));
             QCOMPARE(store.portfolioAsOf(), asOfStored ? std::optional(asOf) : std::nullopt);
         }
+        if (!keychainAnswers)
+            return;
         QVERIFY(!restored.isEmpty() || restored.wait(5000));
         QCOMPARE(store.portfolio().has_value(), shown);
         QCOMPARE(store.lastError().has_value(), tokenStored);

@@ -55,6 +55,7 @@ class TestNotificationStore : public QObject
             // The launch restore comes first, as in the app; with no stored session it is quick.
             AuthStore &auth = startAndRestore();
             standin.answer(portfolioPath, 500, {});
+            auth.beginSignIn();
             auth.handleCallback(
                 QUrl(u"mireopulse://auth#access_token=A&refresh_token=R&expires_in=3600"_s));
             // The sign-in's own account load ends in an error line: nothing to show.

@@ -11,14 +11,16 @@
 namespace testing {
 
 // A keychain in memory; `available = false` behaves like a desktop without a keychain service:
-// reads find nothing and writes are lost. `heldElsewhere` is another process holding the
-// keychain: a hold asked for meanwhile waits until it is released.
+// reads find nothing and writes are lost; `answering = false` like a locked one. `heldElsewhere` is
+// another process holding the keychain: a hold asked for meanwhile waits until it is released.
 class InMemorySecretStore final : public SecretStore
 {
 public:
     bool available = true;
     bool heldElsewhere = false;
+    bool answering = true; // false: reads wait, as a locked keychain's do
     int holdsAsked = 0;
+    int reads = 0;
     QHash<QString, QString> items;
 
     QCoro::Task<> replace(QString key, QString value) override
@@ -29,6 +31,9 @@ public:
     }
     QCoro::Task<Read> read(QString key) override
     {
+        ++reads;
+        while (!answering)
+            co_await QCoro::sleepFor(std::chrono::milliseconds(5));
         const auto found = items.constFind(key);
         if (!available || found == items.cend())
             co_return Read{true, std::nullopt};
@@ -41,11 +46,20 @@ public:
     }
     QCoro::Task<std::unique_ptr<Hold>> hold() override
     {
+        struct Held final : Hold
+        {
+            bool &held;
+            explicit Held(bool &held) : held(held) { held = true; }
+            ~Held() override { held = false; }
+        };
         ++holdsAsked;
-        while (heldElsewhere)
+        while (heldElsewhere || m_held)
             co_await QCoro::sleepFor(std::chrono::milliseconds(5));
-        co_return std::make_unique<Hold>();
+        co_return std::make_unique<Held>(m_held);
     }
+
+private:
+    bool m_held = false;
 };
 
 // Remembers the URLs it was asked to open.
