@@ -55,6 +55,11 @@ int runDesktop(int argc, char *argv[])
     QObject::connect(&bus, &PulseBusService::activateRequested, &delegate,
                      &AppDelegate::toggleQuickPanel);
     QObject::connect(&bus, &PulseBusService::linkReceived, &delegate, &AppDelegate::handleUrl);
+    QObject::connect(&bus, &PulseBusService::signInRequested, &delegate, [&delegate] {
+        // Only a signed-out app begins one, as only its popover offers it.
+        if (!delegate.core().auth().isSignedIn())
+            delegate.core().auth().beginSignIn();
+    });
     // A link that started the app waits for launch like one that arrives over the bus.
     if (!link.isEmpty())
         bus.open({link});

@@ -32,6 +32,9 @@ public:
             if (m_alone)
                 print(headlessLine(m_output, m_alone->services.core));
         });
+        m_askAgain.setSingleShot(true);
+        m_askAgain.setInterval(std::chrono::seconds(1));
+        connect(&m_askAgain, &QTimer::timeout, this, &FollowSession::followApp);
         connect(&m_watcher, &PulseBusWatcher::appStarted, this, &FollowSession::followApp);
         connect(&m_watcher, &PulseBusWatcher::appStopped, this, [this] {
             if (!pulse_bus::appIsRunning(m_bus))
@@ -45,23 +48,32 @@ public:
                     m_app.status = status.value_or(m_app.status);
                     print(surfaceLine(m_output, m_app.title, m_app.status.toUtf8()));
                 });
-        if (const auto app = pulse_bus::readState(m_bus))
-            showApp(*app);
+        if (pulse_bus::appIsRunning(m_bus))
+            followApp();
         else
             runAlone();
     }
 
 private:
+    // Never alone while an app owns the name, however slowly it answers: ask again until it
+    // does or goes.
     void followApp()
     {
-        if (const auto app = pulse_bus::readState(m_bus))
+        if (const auto app = pulse_bus::readState(m_bus)) {
             showApp(*app);
-        else if (pulse_bus::appIsRunning(m_bus)) // still starting: ask again
-            QTimer::singleShot(std::chrono::seconds(1), this, &FollowSession::followApp);
+        } else if (pulse_bus::appIsRunning(m_bus)) {
+            retireAlone();
+            if (m_last.isEmpty())
+                print(unansweredLine(m_output));
+            m_askAgain.start();
+        } else {
+            runAlone();
+        }
     }
 
     void showApp(const pulse_bus::State &app)
     {
+        m_askAgain.stop();
         // One process per user announces: the app. Its caches are its own to write.
         retireAlone();
         m_app = app;
@@ -112,6 +124,7 @@ private:
     QDBusConnection m_bus;
     PulseBusWatcher m_watcher;
     QTimer m_nextTurn;
+    QTimer m_askAgain; // an app that has not answered yet
     std::unique_ptr<RunningAlone> m_alone;
     std::unique_ptr<RunningAlone> m_retiring; // finishing a token renewal before it goes
     pulse_bus::State m_app;

@@ -65,10 +65,21 @@ void afterFirstLoad(AppCore &core, std::function<void()> then)
                      Qt::SingleShotConnection);
 }
 
+QByteArray unansweredLine(HeadlessOutput output)
+{
+    return surfaceLine(output, PulseStore::titleFor(std::nullopt), QByteArrayLiteral("{}"));
+}
+
 int runHeadless(HeadlessOutput output)
 {
-    if (const auto app = pulse_bus::readState(QDBusConnection::sessionBus())) {
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    if (const auto app = pulse_bus::readState(bus)) {
         printLine(surfaceLine(output, app->title, app->status.toUtf8()));
+        return 0;
+    }
+    // A slow app is still the app: a second one beside it would spend its session's tokens.
+    if (pulse_bus::appIsRunning(bus)) {
+        printLine(unansweredLine(output));
         return 0;
     }
     HeadlessServices services;

@@ -11,7 +11,8 @@
 enum class HeadlessOutput { Title, StatusJson, Waybar };
 
 // For status bars, scripts and tests. While the app runs, reads its state from the bus and
-// prints it: no request, no keychain, no settings written. Otherwise builds the services as the
+// prints it (or "M·" when it does not answer in time): no request, no keychain, no settings
+// written. Otherwise builds the services as the
 // app does, waits until the first public refresh (statistics included) and the session restore
 // (account load included) have finished, prints and persists. Returns the exit code. Needs a
 // QCoreApplication and no display.
@@ -40,4 +41,6 @@ QByteArray statusJson(AppCore &core);
 // and the status object's JSON text, wherever they came from.
 QByteArray surfaceLine(HeadlessOutput output, const QString &title, const QByteArray &status);
 QByteArray headlessLine(HeadlessOutput output, AppCore &core);
+// What a surface shows while the app it reads has not answered.
+QByteArray unansweredLine(HeadlessOutput output);
 void printLine(const QByteArray &line);

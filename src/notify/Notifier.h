@@ -24,7 +24,8 @@ public:
     virtual ~Notifier() = default;
 
     // `answer` runs later, on the main thread, with the granted flag; never before this returns.
-    // It does not run when the notifier is destroyed first.
+    // It may run again when the answer changes (a notification service that comes later); the
+    // last answer holds. It does not run when the notifier is destroyed first.
     virtual void requestPermission(Permissions options,
                                    std::function<void(bool granted)> answer) = 0;
     // Hands the notification over without waiting; a failure to show it is silent.

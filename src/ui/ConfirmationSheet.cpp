@@ -38,7 +38,8 @@ QPushButton *sheetButton(const char *name)
     auto *button = new QPushButton;
     button->setObjectName(QString::fromLatin1(name));
     button->setFont(uiFont(11));
-    button->setAutoDefault(false);
+    // Return presses the button that has the focus, as Space does; none is the default.
+    button->setAutoDefault(true);
     return button;
 }
 
@@ -55,8 +56,6 @@ ConfirmationSheet::ConfirmationSheet(QWidget *host)
     m_title->setObjectName(QStringLiteral("title"));
     m_title->setWordWrap(true);
     m_message->setWordWrap(true);
-    // Return confirms, as in a platform dialog; Escape is ours (below).
-    m_confirm->setDefault(true);
 
     auto *column = new QVBoxLayout(m_card);
     column->setContentsMargins(cardPadding, cardPadding, cardPadding, cardPadding);
@@ -91,7 +90,8 @@ void ConfirmationSheet::ask()
     place();
     show();
     raise();
-    // The keyboard starts on Cancel: Space dismisses, Return confirms (the default action).
+    // The keyboard starts on Cancel: a stray Return or Space never changes how the account
+    // trades.
     m_cancel->setFocus(Qt::OtherFocusReason);
 }
 
@@ -141,15 +141,19 @@ void ConfirmationSheet::paintEvent(QPaintEvent *)
     painter.fillPath(shape, dim);
 }
 
+bool ConfirmationSheet::focusNextPrevChild(bool)
+{
+    // Tab and Shift+Tab go from one answer to the other and never leave the sheet.
+    (m_cancel->hasFocus() ? m_confirm : m_cancel)->setFocus(Qt::TabFocusReason);
+    return true;
+}
+
 void ConfirmationSheet::keyPressEvent(QKeyEvent *event)
 {
-    if (event->key() == Qt::Key_Escape || event->key() == Qt::Key_Return ||
-        event->key() == Qt::Key_Enter) {
-        answer(event->key() != Qt::Key_Escape);
-        event->accept();
-        return;
-    }
-    QWidget::keyPressEvent(event);
+    // Escape cancels; any other key that no answer took goes no further than the sheet.
+    if (event->key() == Qt::Key_Escape)
+        answer(false);
+    event->accept();
 }
 
 void ConfirmationSheet::mousePressEvent(QMouseEvent *event)

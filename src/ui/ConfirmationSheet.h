@@ -12,7 +12,8 @@ class ToneLabel;
 
 // A confirmation drawn inside the view that asks it, over its dimmed content: the title, the
 // message, the confirming action and Cancel. It lives in the same window, so the popover and
-// the quick panel stay open while it asks. Return confirms, Escape and Cancel dismiss.
+// the quick panel stay open while it asks. The keyboard stays inside it: Return and Space press
+// the focused answer (Cancel at first), Tab moves between the two, Escape cancels.
 class ConfirmationSheet : public QWidget
 {
     Q_OBJECT
@@ -33,6 +34,7 @@ Q_SIGNALS:
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
+    bool focusNextPrevChild(bool next) override;
     void paintEvent(QPaintEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;

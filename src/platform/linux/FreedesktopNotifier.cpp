@@ -1,5 +1,7 @@
 #include "platform/linux/FreedesktopNotifier.h"
 
+#include "platform/linux/PulseBus.h"
+
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
@@ -16,20 +18,29 @@ const QString path = QStringLiteral("/org/freedesktop/Notifications");
 const QString interface = QStringLiteral("org.freedesktop.Notifications");
 const QString appName = QStringLiteral("Mireo Pulse");
 const QString appIcon = QStringLiteral("mireo-pulse");
-const QString desktopEntry = QStringLiteral("mireo-pulse");
+// The desktop entry's id, which D-Bus activation makes the bus name.
+const QString desktopEntry = QString::fromLatin1(pulse_bus::serviceName);
 const QString soundName = QStringLiteral("message-new-instant");
 constexpr int serverDecidesExpiry = -1;
+constexpr std::chrono::milliseconds firstAskAgain{2000};
+constexpr std::chrono::milliseconds lastAskAgain{std::chrono::minutes(10)};
 } // namespace
 
 FreedesktopNotifier::FreedesktopNotifier(QDBusConnection bus, QObject *parent)
     : QObject(parent), m_bus(std::move(bus))
 {
     // A restarted server numbers its notifications afresh: our old ids would name someone
-    // else's.
+    // else's. A server that arrives (at login, after ours) is asked at once.
     auto *server =
         new QDBusServiceWatcher(service, m_bus, QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(server, &QDBusServiceWatcher::serviceOwnerChanged, this,
-            [this] { m_serverIds.clear(); });
+            [this](const QString &, const QString &, const QString &newOwner) {
+                m_serverIds.clear();
+                if (m_answer && !newOwner.isEmpty())
+                    askServer();
+            });
+    m_askAgain.setSingleShot(true);
+    connect(&m_askAgain, &QTimer::timeout, this, &FreedesktopNotifier::askServer);
 }
 
 void FreedesktopNotifier::requestPermission(Permissions, std::function<void(bool)> answer)
@@ -39,43 +50,39 @@ void FreedesktopNotifier::requestPermission(Permissions, std::function<void(bool
         QTimer::singleShot(0, this, [answer = std::move(answer)] { answer(false); });
         return;
     }
-    // One answer, from whichever comes first: the server's reply, its refusal, or (when there
-    // was no server yet, as at a login where we start before the desktop's notification
-    // daemon) the server appearing on the bus later.
-    struct Pending
-    {
-        std::function<void(bool)> answer;
-        QPointer<QDBusServiceWatcher> arrival;
-        void give(bool granted)
-        {
-            if (!answer)
-                return;
-            const auto once = std::exchange(answer, nullptr);
-            delete arrival;
-            once(granted);
-        }
-    };
-    auto pending = std::make_shared<Pending>();
-    pending->answer = std::move(answer);
-    pending->arrival =
-        new QDBusServiceWatcher(service, m_bus, QDBusServiceWatcher::WatchForRegistration, this);
-    connect(pending->arrival, &QDBusServiceWatcher::serviceRegistered, this,
-            [this, pending] { QTimer::singleShot(0, this, [pending] { pending->give(true); }); });
+    m_answer = std::move(answer);
+    m_askAgainAfter = std::max(m_callTimeout, firstAskAgain);
+    askServer();
+}
 
+void FreedesktopNotifier::askServer()
+{
+    m_askAgain.stop();
+    // Only the newest question's reply answers.
+    const quint64 asked = ++m_asked;
     const QDBusMessage call = QDBusMessage::createMethodCall(
         service, path, interface, QStringLiteral("GetServerInformation"));
     auto *watcher =
         new QDBusPendingCallWatcher(m_bus.asyncCall(call, int(m_callTimeout.count())), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            [this, pending](QDBusPendingCallWatcher *finished) {
+            [this, asked](QDBusPendingCallWatcher *finished) {
                 finished->deleteLater();
+                if (asked != m_asked || !m_answer)
+                    return;
                 if (!finished->isError()) {
-                    pending->give(true);
+                    m_answer(true);
+                    return;
+                }
+                const QDBusError::ErrorType error = finished->error().type();
+                if (error == QDBusError::NoReply || error == QDBusError::Timeout) {
+                    // Too slow (a busy login): refused for now, asked again later.
+                    m_answer(false);
+                    m_askAgain.start(m_askAgainAfter);
+                    m_askAgainAfter = std::min(2 * m_askAgainAfter, lastAskAgain);
                     return;
                 }
                 // A server that is there and fails to answer refuses. No server at all (none
-                // yet, or one the bus is still starting, as a desktop's own notification
-                // service may be at login) is no answer: its arrival will be.
+                // yet, or one the bus is still starting) is no answer: its arrival will be.
                 const QDBusMessage owned =
                     QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
                                                    QStringLiteral("/org/freedesktop/DBus"),
@@ -85,11 +92,12 @@ void FreedesktopNotifier::requestPermission(Permissions, std::function<void(bool
                 auto *owner = new QDBusPendingCallWatcher(
                     m_bus.asyncCall(owned, int(m_callTimeout.count())), this);
                 connect(owner, &QDBusPendingCallWatcher::finished, this,
-                        [pending](QDBusPendingCallWatcher *answered) {
+                        [this, asked](QDBusPendingCallWatcher *answered) {
                             answered->deleteLater();
                             const QDBusPendingReply<bool> present = *answered;
-                            if (!present.isError() && present.value())
-                                pending->give(false);
+                            if (asked == m_asked && m_answer && !present.isError() &&
+                                present.value())
+                                m_answer(false);
                         });
             });
 }

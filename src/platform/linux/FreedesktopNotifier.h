@@ -5,6 +5,7 @@
 #include <QDBusConnection>
 #include <QHash>
 #include <QObject>
+#include <QTimer>
 #include <chrono>
 
 class QDBusPendingCallWatcher;
@@ -22,7 +23,9 @@ public:
                                  QObject *parent = nullptr);
 
     // Granted when a notification server answers on the bus; there is no per-app consent. With
-    // no server on the bus yet the answer waits, and is granted when one appears.
+    // no server on the bus yet the answer waits for one to appear. A server that answers too
+    // slowly refuses for now and is asked again, with growing pauses; every server that appears
+    // later is asked again too. Each answer goes to `answer`.
     void requestPermission(Permissions options, std::function<void(bool)> answer) override;
     void deliver(const Notification &notification) override;
 
@@ -30,11 +33,16 @@ public:
     void setCallTimeout(std::chrono::milliseconds timeout) { m_callTimeout = timeout; }
 
 private:
+    void askServer();
     void send(const Notification &notification);
     void sent(const QString &identifier, QDBusPendingCallWatcher *watcher);
 
     QDBusConnection m_bus;
     std::chrono::milliseconds m_callTimeout = callTimeout;
+    std::function<void(bool)> m_answer; // the permission's, for every later answer
+    quint64 m_asked = 0;
+    QTimer m_askAgain;
+    std::chrono::milliseconds m_askAgainAfter{};
     // Our identifier -> the server's id, so the same identifier replaces its notification.
     QHash<QString, uint> m_serverIds;
     // Identifiers whose Notify is in flight, and the newest notification waiting behind it:

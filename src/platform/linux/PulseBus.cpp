@@ -12,6 +12,8 @@ namespace {
 
 // Requests that arrive before launch has finished; more than this is not a user.
 constexpr qsizetype maxWaiting = 32;
+// Waits in line with the links; no link of ours looks like it.
+constexpr char signInRequest[] = "begin sign-in";
 
 bool isOurLink(const QString &text)
 {
@@ -66,6 +68,10 @@ public:
     }
     QString title() const { return m_service->title(); }
     QString status() const { return m_service->status(); }
+
+public Q_SLOTS:
+    // What the popover's "Sign in" does, for scripts and launchers; refused while signed in.
+    void BeginSignIn() { m_service->beginSignIn(); }
 
 private:
     PulseBusService *m_service;
@@ -130,6 +136,11 @@ void PulseBusService::activate()
     deliver(QString());
 }
 
+void PulseBusService::beginSignIn()
+{
+    deliver(QString::fromLatin1(signInRequest));
+}
+
 bool PulseBusService::open(const QStringList &uris)
 {
     if (uris.size() > maxLinksPerCall)
@@ -158,6 +169,8 @@ void PulseBusService::deliver(const QString &link)
     }
     if (link.isEmpty())
         Q_EMIT activateRequested();
+    else if (link == QLatin1StringView(signInRequest))
+        Q_EMIT signInRequested();
     else
         Q_EMIT linkReceived(link);
 }

@@ -18,7 +18,8 @@ inline constexpr char stateInterface[] = "com.mireo.Pulse1";
 } // namespace pulse_bus
 
 // The owner's side: org.freedesktop.Application (Activate, Open) and com.mireo.Pulse1 (Title,
-// Status) at /com/mireo/Pulse. Requests that arrive before launch has finished wait for it.
+// Status, BeginSignIn) at /com/mireo/Pulse. Requests that arrive before launch has finished wait
+// for it.
 class PulseBusService : public QObject
 {
     Q_OBJECT
@@ -50,12 +51,15 @@ public:
 
     // From the bus adaptor.
     void activate();
+    void beginSignIn();
     // False when the call is refused as a whole; links that are not ours are dropped.
     bool open(const QStringList &uris);
 
 Q_SIGNALS:
     void activateRequested();
     void linkReceived(const QString &url);
+    // Someone asks for the sign-in page; the app decides whether a sign-in may begin.
+    void signInRequested();
 
 private:
     void deliver(const QString &link); // empty: activate

@@ -4,6 +4,9 @@
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
+#include <QStandardPaths>
+#include <cerrno>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
@@ -14,16 +17,22 @@ constexpr std::chrono::milliseconds retryEvery{20};
 
 UserLock::UserLock(const QString &fileName)
 {
-    // Without a runtime folder, the shared temporary one, under a name that is the user's.
-    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    const QString path =
-        runtime.isEmpty()
-            ? QDir::temp().filePath(QStringLiteral("%1-%2").arg(::getuid()).arg(fileName))
-            : QDir(runtime).filePath(fileName);
+    // $XDG_RUNTIME_DIR, or else a folder of the user's own that Qt makes and checks (owned by
+    // us, 0700, not a link); none at all when neither can be had.
+    const QString runtime = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
+    if (runtime.isEmpty()) {
+        qWarning("mireo-pulse: no private runtime folder for the lock %s; it cannot be taken",
+                 qPrintable(fileName));
+        return;
+    }
+    const QString path = QDir(runtime).filePath(fileName);
     // Close-on-exec: a helper process started meanwhile must not inherit the lock. Never through
     // a link someone else left there.
     m_fd = ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW,
                   0600);
+    if (m_fd < 0)
+        qWarning("mireo-pulse: cannot open the lock %s: %s", qPrintable(path),
+                 std::strerror(errno));
 }
 
 UserLock::~UserLock()
@@ -36,7 +45,7 @@ bool UserLock::tryLock()
 {
     if (m_locked)
         return true;
-    m_locked = m_fd < 0 || ::flock(m_fd, LOCK_EX | LOCK_NB) == 0;
+    m_locked = m_fd >= 0 && ::flock(m_fd, LOCK_EX | LOCK_NB) == 0;
     return m_locked;
 }
 

@@ -5,9 +5,10 @@
 #include <chrono>
 #include <memory>
 
-// A lock shared by every process of this user: an advisory lock on a file in the user's runtime
-// folder ($XDG_RUNTIME_DIR), which the system releases when its holder ends, however it ends.
-// Where no such file can be opened it always succeeds: better unguarded than never done.
+// A lock shared by every process of this user: an advisory lock on a file in the user's private
+// runtime folder, which the system releases when its holder ends, however it ends. Where no
+// such file can be opened it is never had (and the log says why): another user must not be
+// able to make us work unguarded.
 class UserLock
 {
 public:
