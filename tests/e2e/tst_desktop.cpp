@@ -1,4 +1,5 @@
 #include "MappedWindows.h"
+#include "hardening/PulseBinary.h"
 #include "notify/NotificationServerDouble.h"
 #include "support/PrivateKeyring.h"
 #include "support/PrivateXServer.h"
@@ -21,6 +22,7 @@
 #include <array>
 #include <memory>
 #include <optional>
+#include <signal.h>
 
 using namespace Qt::StringLiterals;
 
@@ -54,6 +56,8 @@ class TestDesktop : public QObject
     // "Pause" (or "Enable") in the popover, from its top-left corner: the column is laid out
     // in fixed points.
     static constexpr QPoint autoButtonAt{336, 46};
+    // "Sign out", from the bottom-right corner: the footer keeps to the bottom.
+    static constexpr QPoint signOutFromBottomRight{86, 81};
 
     QString dir(const QString &name) const { return m_home.filePath(name); }
 
@@ -309,6 +313,18 @@ private Q_SLOTS:
             QDBusMessage::createMethodCall(u"com.mireo.Pulse"_s, u"/com/mireo/Pulse"_s,
                                            u"org.freedesktop.Application"_s, u"Open"_s);
         const QString link = session.callbackUrl.toString(QUrl::FullyEncoded);
+        // Tokens nobody asked for are dropped: the polls that follow stay signed out.
+        QCOMPARE(call(open, {QStringList{link}, QVariantMap()}).type(), QDBusMessage::ReplyMessage);
+        QCOMPARE(
+            QJsonDocument::fromJson(runApp({u"--status-json"_s}).out)[u"account"_s][u"signedIn"_s],
+            false);
+        QCOMPARE(m_standin.requestsTo(u"/api/mobile/portfolio"_s), 0);
+        // As the popover's "Sign in" would, then the browser's link.
+        QCOMPARE(call(QDBusMessage::createMethodCall(u"com.mireo.Pulse"_s, u"/com/mireo/Pulse"_s,
+                                                     u"com.mireo.Pulse1"_s, u"BeginSignIn"_s),
+                      {})
+                     .type(),
+                 QDBusMessage::ReplyMessage);
         QCOMPARE(call(open, {QStringList{link}, QVariantMap()}).type(), QDBusMessage::ReplyMessage);
         QTRY_VERIFY2_WITH_TIMEOUT(pnlTitle.match(label()).hasMatch(), qPrintable(label()), 20000);
         // The first poll after sign-in marks what exists without announcing it.
@@ -345,6 +361,14 @@ private Q_SLOTS:
         }
         const testing::ProcessRun status = runApp({u"--status-json"_s});
         QCOMPARE(QJsonDocument::fromJson(status.out)[u"account"_s][u"signedIn"_s], true);
+
+        // A stopped app is slow, not gone: the surfaces wait for it, print what they can and
+        // never become a second app beside it.
+        ::kill(pid_t(m_app->processId()), SIGSTOP);
+        const testing::ProcessRun stalled = runApp({u"--print-title"_s});
+        ::kill(pid_t(m_app->processId()), SIGCONT);
+        QCOMPARE(stalled.exitCode, 0);
+        QCOMPARE(stalled.out.trimmed(), QByteArray("M\xC2\xB7"));
         QTRY_VERIFY_WITH_TIMEOUT(presentedRefreshTokens().size() >= renewals + 2, 20000);
 
         QCOMPARE(m_standin.requestsTo(u"/api/public/track-record"_s), publicRequests);
@@ -436,8 +460,10 @@ private Q_SLOTS:
         verifyNoTokenPresentedTwice();
     }
 
-    // Pause asks inside the open popover, which stays open: Escape answers the question and
-    // sends nothing, Return confirms. The hot key brings the quick panel up over it.
+    // Pause asks inside the open popover, which stays open. The keyboard alone never changes how
+    // the account trades by accident: focus starts on Cancel, Return and Space press what has
+    // the focus, Tab stays inside the sheet, Escape cancels. Shift+Tab to the action and Return
+    // pause. The quick panel opened over the popover takes the keyboard from it.
     void pauseAsksInsideTheOpenPopover()
     {
         resetWorker();
@@ -445,25 +471,49 @@ private Q_SLOTS:
         QVERIFY(popover);
         const QList<testing::MappedWindow> withPopover = windows();
         m_standin.server.clearRequests();
-        QVERIFY(click(popover->frame.topLeft() + autoButtonAt));
-        QVERIFY(press(u"Escape"_s));
-        QVERIFY(click(popover->frame.topLeft() + autoButtonAt));
-        QVERIFY(press(u"Return"_s));
+        const QPoint pause = popover->frame.topLeft() + autoButtonAt;
+        for (const QString &keys : {u"Return"_s, QString(u"Tab "_s).repeated(10) + u"space"_s,
+                                    u"Escape"_s, u"shift+Tab Return"_s}) {
+            QVERIFY(click(pause));
+            QVERIFY(press(keys));
+        }
         QTRY_VERIFY_WITH_TIMEOUT(!m_standin.server.autoExecuteEnabled(), 10000);
         QTRY_COMPARE_WITH_TIMEOUT(autoOnInApp(), QJsonValue(false), 20000);
         QCOMPARE(m_standin.requestsTo(u"/api/mobile/auto-execution"_s), 1);
         QVERIFY2(stillMapped(*popover), "the popover stays open through the change");
         screenshot(u"desktop-paused.png"_s, popover->frame);
 
-        // The popover holds the keyboard while open: Escape closes it, the hot key the panel.
         QVERIFY(press(u"alt+shift+k"_s));
         QVERIFY(waitForNewWindow(withPopover));
         QVERIFY(stillMapped(*popover));
         QVERIFY(press(u"Escape"_s));
-        QTRY_VERIFY_WITH_TIMEOUT(!stillMapped(*popover), 10000);
-        QCOMPARE(windows().size(), 1);
-        QVERIFY(press(u"alt+shift+k"_s));
+        QTRY_COMPARE_WITH_TIMEOUT(windows().size(), withPopover.size(), 10000);
+        QVERIFY(stillMapped(*popover));
+        QVERIFY(press(u"Escape"_s));
         QTRY_VERIFY_WITH_TIMEOUT(windows().isEmpty(), 10000);
+    }
+
+    // "Sign out" sticks: the keychain forgets the session at once, so a kill -9 right after the
+    // click, with the follower beside it carrying on alone, leaves nobody signed in.
+    void signOutSticksThroughAKill()
+    {
+        const auto popover = openPopover();
+        QVERIFY(popover);
+        QVERIFY(click(popover->frame.bottomRight() - signOutFromBottomRight));
+        QTRY_VERIFY2_WITH_TIMEOUT(publicTitle.match(label()).hasMatch(), qPrintable(label()),
+                                  10000);
+        m_app->kill();
+        QVERIFY(m_app->waitForFinished());
+        m_app.reset();
+        QTRY_VERIFY_WITH_TIMEOUT(!testing::appKeychain().read(testing::refreshTokenKey), 10000);
+        launch();
+        QTRY_VERIFY_WITH_TIMEOUT(
+            QJsonDocument::fromJson(runApp({u"--status-json"_s}).out)[u"public"_s].isObject(),
+            10000);
+        QCOMPARE(
+            QJsonDocument::fromJson(runApp({u"--status-json"_s}).out)[u"account"_s][u"signedIn"_s],
+            false);
+        QVERIFY(!testing::appKeychain().read(testing::refreshTokenKey));
     }
 };
 
