@@ -145,10 +145,16 @@ private Q_SLOTS:
         rig.notifier->deliver(note(u"fill-y"_s, u"first"_s));
         rig.notifier->deliver(note(u"fill-y"_s, u"second"_s));
         QVERIFY(elapsed.elapsed() < 100);
-        QCOMPARE(rig.permission(), std::optional(false));
+        QList<bool> later;
+        rig.notifier->requestPermission(Notifier::Permission::Alert,
+                                        [&later](bool granted) { later << granted; });
+        QTRY_COMPARE(later, QList<bool>{false});
         QTRY_COMPARE(restarted.calls.size(), 3);
         QCOMPARE(restarted.calls[2].summary, u"second"_s);
         QCOMPARE(restarted.calls[2].replacesId, 0u);
+        // Too slow refuses only for now: asked again, the server that has caught up grants.
+        restarted.hung = false;
+        QTRY_COMPARE_WITH_TIMEOUT(later, (QList<bool>{false, true}), 10000);
         restarted.stop();
     }
 

@@ -4,6 +4,7 @@
 #include "support/PrivateKeyring.h"
 
 #include <QCoroTask>
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
@@ -57,6 +58,43 @@ private Q_SLOTS:
         QVERIFY(!QCoro::waitFor(second.hold()));
         held.reset();
         QVERIFY(QCoro::waitFor(second.hold()));
+    }
+
+    // The hold's lock lives only in a folder that is the user's alone; with none to be had it
+    // is never had, rather than had by everyone.
+    void theLockFolderIsPrivate_data()
+    {
+        QTest::addColumn<bool>("runtimeOpenToOthers");
+        QTest::addColumn<bool>("temporaryFolder");
+        QTest::addColumn<bool>("held");
+        QTest::newRow("runtime folder 0700") << false << true << true;
+        QTest::newRow("runtime folder open to others: a private one instead")
+            << true << true << true;
+        QTest::newRow("no private folder anywhere") << true << false << false;
+    }
+    void theLockFolderIsPrivate()
+    {
+        QFETCH(bool, runtimeOpenToOthers);
+        QFETCH(bool, temporaryFolder);
+        QFETCH(bool, held);
+        QTemporaryDir runtime, temporary;
+        if (runtimeOpenToOthers)
+            QVERIFY(QFile::setPermissions(runtime.path(), QFile::ReadOwner | QFile::WriteOwner |
+                                                              QFile::ExeOwner | QFile::ReadOther |
+                                                              QFile::WriteOther | QFile::ExeOther));
+        const QByteArray savedRuntime = qgetenv("XDG_RUNTIME_DIR"), savedTemp = qgetenv("TMPDIR");
+        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime.path()));
+        // A temporary "folder" that is a file: nothing can be made under it.
+        const QString notAFolder = temporary.filePath(u"file"_s);
+        QFile(notAFolder).open(QIODevice::WriteOnly);
+        qputenv("TMPDIR", QFile::encodeName(temporaryFolder ? temporary.path() : notAFolder));
+        KeychainProcessStore store(QStringLiteral(MIREO_KEYCHAIN_HELPER), service);
+        store.setHoldPatience(std::chrono::milliseconds(100));
+        const bool had = bool(QCoro::waitFor(store.hold()));
+        qputenv("XDG_RUNTIME_DIR", savedRuntime);
+        qputenv("TMPDIR", savedTemp);
+        QCOMPARE(had, held);
+        QCOMPARE(QDir(runtime.path()).isEmpty(), runtimeOpenToOthers);
     }
 
     void aMissingHelperIsNoAnswer()
