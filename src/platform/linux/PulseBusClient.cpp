@@ -40,7 +40,7 @@ bool handOver(const QDBusConnection &bus, const QString &link, std::chrono::mill
     if (!link.isEmpty())
         message << QStringList{link};
     message << QVariantMap();
-    const QDBusMessage reply = bus.call(message, QDBus::BlockWithGui, int(timeout.count()));
+    const QDBusMessage reply = bus.call(message, QDBus::Block, int(timeout.count()));
     return reply.type() == QDBusMessage::ReplyMessage;
 }
 
@@ -50,8 +50,7 @@ std::optional<State> readState(const QDBusConnection &bus, std::chrono::millisec
         return std::nullopt;
     QDBusMessage message = call("org.freedesktop.DBus.Properties", QStringLiteral("GetAll"));
     message << QString::fromLatin1(stateInterface);
-    const QDBusReply<QVariantMap> reply =
-        bus.call(message, QDBus::BlockWithGui, int(timeout.count()));
+    const QDBusReply<QVariantMap> reply = bus.call(message, QDBus::Block, int(timeout.count()));
     if (!reply.isValid())
         return std::nullopt;
     const QVariant title = reply.value().value(QStringLiteral("Title"));

@@ -8,7 +8,8 @@
 #include <optional>
 
 // The clients' side of the app's place on the bus (see PulseBus.h). None of these calls starts
-// the app: a surface that finds no app runs on its own.
+// the app: a surface that finds no app runs on its own. Calls block the caller without running
+// a nested event loop: nothing of the caller's runs in the middle of one.
 namespace pulse_bus {
 
 // What the app shows: its Title and Status properties.
