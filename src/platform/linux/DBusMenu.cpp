@@ -77,6 +77,7 @@ bool DBusMenu::event(int id, const QString &eventId)
 {
     if (!properties(id, {}))
         return false;
+    // "opened", "closed" and "hovered" need nothing.
     if (id > 0 && eventId == QLatin1StringView("clicked"))
         Q_EMIT triggered(id - 1);
     return true;
@@ -100,7 +101,7 @@ uint DBusMenuAdaptor::GetLayout(int parentId, int recursionDepth, const QStringL
         layout = *found;
     else
         m_menu->refuse(noEntry(parentId));
-    return m_menu->revision();
+    return DBusMenu::revision;
 }
 
 QList<dbusmenu::ItemProperties>

@@ -23,12 +23,11 @@ public:
              QObject *parent = nullptr);
     ~DBusMenu() override;
 
-    QString path() const { return m_path; }
     // The labels read differently now: hosts that keep a copy are sent the new ones.
     void labelsChanged();
 
-    // What the adaptor answers.
-    uint revision() const { return m_revision; }
+    // What the adaptor answers. The entries never change, only their labels: one revision.
+    static constexpr uint revision = 1;
     std::optional<dbusmenu::LayoutItem> layout(int parentId, int depth,
                                                const QStringList &names) const;
     std::optional<QVariantMap> properties(int id, const QStringList &names) const;
@@ -45,7 +44,6 @@ private:
     QString m_path;
     LabelSource m_labels;
     DBusMenuAdaptor *m_adaptor = nullptr;
-    uint m_revision = 1;
 };
 
 class DBusMenuAdaptor : public QDBusAbstractAdaptor
@@ -77,6 +75,7 @@ public Q_SLOTS:
     QList<int> AboutToShowGroup(const QList<int> &ids, QList<int> &idErrors);
 
 Q_SIGNALS:
+    // Hosts subscribe to all three; this menu sends only the first.
     void ItemsPropertiesUpdated(const QList<dbusmenu::ItemProperties> &updatedProps,
                                 const QList<dbusmenu::RemovedProperties> &removedProps);
     void LayoutUpdated(uint revision, int parent);
