@@ -20,12 +20,30 @@
 #include "ui/OnboardingView.h"
 #include "ui/PanelSummary.h"
 #include "ui/PulseMenuView.h"
+#include "ui/Refresh.h"
 
 #include <QApplication>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QScreen>
 #include <QVBoxLayout>
+
+namespace {
+
+QString statusMenuLabel(StatusItem::MenuEntry entry)
+{
+    switch (entry) {
+    case StatusItem::MenuEntry::QuickPanel:
+        return L::text("Open the quick panel", "Abrir o painel rápido");
+    case StatusItem::MenuEntry::Refresh:
+        return L::text("Refresh", "Atualizar");
+    case StatusItem::MenuEntry::Quit:
+        return L::text("Quit", "Fechar");
+    }
+    return {};
+}
+
+} // namespace
 
 AppDelegate::AppDelegate(QObject *parent)
     : QObject(parent), m_settingsWatcher(Defaults::shared(), AppSettings::shared()),
@@ -57,6 +75,17 @@ void AppDelegate::didFinishLaunching()
         return ui::panelSummary(statusReport(menuTitle(), core.pulse(), core.auth()),
                                 base::Clock::system().now(), L::isPT());
     });
+    m_statusItem->setMenuLabelSource(statusMenuLabel);
+    connect(&AppSettings::shared(), &AppSettings::languageChanged, m_statusItem.get(),
+            &StatusItem::menuLabelsChanged);
+    // The quick panel entry is the surfaces' own; the other two are the popover's footer's.
+    connect(m_statusItem.get(), &StatusItem::menuTriggered, this,
+            [this](StatusItem::MenuEntry entry) {
+                if (entry == StatusItem::MenuEntry::Refresh)
+                    ui::refreshPublicThenAccount(&m_services.core.pulse(), &m_services.core.auth());
+                else if (entry == StatusItem::MenuEntry::Quit)
+                    QCoreApplication::quit();
+            });
     m_surfaces.attach(*m_statusItem);
     connect(&m_surfaces, &PulseSurfaces::opened, this, [this] {
         refreshOnOpen(m_services.core.pulse(), m_services.core.auth(), base::Clock::system());

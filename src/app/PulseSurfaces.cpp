@@ -13,6 +13,10 @@ PulseSurfaces::~PulseSurfaces() = default;
 void PulseSurfaces::attach(StatusItem &item)
 {
     connect(&item, &StatusItem::activated, this, &PulseSurfaces::togglePopover);
+    connect(&item, &StatusItem::menuTriggered, this, [this](StatusItem::MenuEntry entry) {
+        if (entry == StatusItem::MenuEntry::QuickPanel)
+            toggleQuickPanel();
+    });
 }
 
 void PulseSurfaces::togglePopover(QPoint anchor)

@@ -20,7 +20,7 @@ public:
     explicit PulseSurfaces(ViewFactory makeView = {}, QObject *parent = nullptr);
     ~PulseSurfaces() override;
 
-    // A click on the item toggles the popover at the click.
+    // A click on the item toggles the popover at the click; its menu entry, the quick panel.
     void attach(StatusItem &item);
 
     void togglePopover(QPoint anchor);

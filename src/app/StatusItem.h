@@ -4,6 +4,7 @@
 #include <QPoint>
 #include <QRect>
 #include <QString>
+#include <array>
 #include <functional>
 #include <optional>
 
@@ -32,11 +33,30 @@ public:
     // The numbers behind the tool tip changed: panels that keep a copy are told to read it again.
     virtual void toolTipChanged() {}
 
+    // The item's menu, where a panel offers one beside the click: its entries, in order.
+    enum class MenuEntry { QuickPanel, Refresh, Quit };
+    static constexpr std::array menuEntries{MenuEntry::QuickPanel, MenuEntry::Refresh,
+                                            MenuEntry::Quit};
+    // Worded each time a panel reads the menu, as the tool tip is.
+    void setMenuLabelSource(std::function<QString(MenuEntry)> source)
+    {
+        m_menuLabelSource = std::move(source);
+        menuLabelsChanged();
+    }
+    QString menuLabel(MenuEntry entry) const
+    {
+        return m_menuLabelSource ? m_menuLabelSource(entry) : QString();
+    }
+    // The language changed: panels that keep a copy of the menu are sent the new labels.
+    virtual void menuLabelsChanged() {}
+
 Q_SIGNALS:
     // A click on the item; the point is in global coordinates, where the popover should appear.
     void activated(QPoint globalPos);
     void visibleChanged(bool visible);
+    void menuTriggered(StatusItem::MenuEntry entry);
 
 private:
     std::function<QString()> m_toolTipSource;
+    std::function<QString(MenuEntry)> m_menuLabelSource;
 };

@@ -1,3 +1,5 @@
+#include "app/PulseSurfaces.h"
+#include "platform/linux/DBusMenuTypes.h"
 #include "platform/linux/StatusNotifierItem.h"
 #include "platform/linux/StatusNotifierItemOrTray.h"
 #include "platform/linux/StatusNotifierItemTypes.h"
@@ -22,12 +24,14 @@ class Announcements : public QObject
 public:
     int titles = 0;
     int toolTips = 0;
+    int menus = 0;
     QStringList labels;
     QStringList guides;
 
 public Q_SLOTS:
     void newTitle() { ++titles; }
     void newToolTip() { ++toolTips; }
+    void newMenu() { ++menus; }
     void newLabel(const QString &label, const QString &guide)
     {
         labels << label;
@@ -57,10 +61,11 @@ class TestStatusItem : public QObject
         }
         // The item and we share one thread: wait on the event loop, never block.
         QDBusMessage call(const QString &interface, const QString &method,
-                          const QVariantList &arguments = {})
+                          const QVariantList &arguments = {},
+                          const QString &path = u"/StatusNotifierItem"_s)
         {
-            QDBusMessage message = QDBusMessage::createMethodCall(
-                item.serviceName(), u"/StatusNotifierItem"_s, interface, method);
+            QDBusMessage message =
+                QDBusMessage::createMethodCall(item.serviceName(), path, interface, method);
             message.setArguments(arguments);
             QDBusPendingCall pending = watcher.connection().asyncCall(message);
             if (!QTest::qWaitFor([&] { return pending.isFinished(); }, 5000))
@@ -160,6 +165,49 @@ private Q_SLOTS:
         QCOMPARE(d->watcher.registrations(), (QStringList{service, service}));
         QCOMPARE(d->property(u"Title"_s), QVariant(u"M +1.0%"_s));
     }
+    // Hosts that require a Menu get one: its entries carry the labels of the moment, a language
+    // change reaches hosts that keep a copy, and the first entry toggles the quick panel.
+    void menu()
+    {
+        const auto d = desktop(u"M +1.0%"_s);
+        bool portuguese = false;
+        d->item.setMenuLabelSource([&portuguese](StatusItem::MenuEntry entry) {
+            return u"%1 %2"_s.arg(portuguese ? "pt" : "en").arg(int(entry));
+        });
+        QVERIFY(d->show());
+        const QString menu = d->property(u"Menu"_s).value<QDBusObjectPath>().path();
+        QVERIFY(!menu.isEmpty());
+        const QString kMenu = u"com.canonical.dbusmenu"_s;
+        const auto labels = [&] {
+            const QDBusMessage reply = d->call(kMenu, u"GetLayout"_s, {0, -1, QStringList()}, menu);
+            const auto root = qdbus_cast<dbusmenu::LayoutItem>(reply.arguments().value(1));
+            QStringList found;
+            for (const dbusmenu::LayoutItem &entry : root.children)
+                found << entry.properties.value(u"label"_s).toString();
+            return found;
+        };
+        QCOMPARE(labels(), (QStringList{u"en 0"_s, u"en 1"_s, u"en 2"_s}));
+
+        Announcements heard;
+        QVERIFY(d->watcher.connection().connect(d->item.serviceName(), menu, kMenu,
+                                                u"ItemsPropertiesUpdated"_s, &heard,
+                                                SLOT(newMenu())));
+        portuguese = true;
+        d->item.menuLabelsChanged();
+        QTRY_COMPARE(heard.menus, 1);
+        QCOMPARE(labels(), (QStringList{u"pt 0"_s, u"pt 1"_s, u"pt 2"_s}));
+
+        PulseSurfaces surfaces;
+        surfaces.attach(d->item);
+        const QVariant noData = QVariant::fromValue(QDBusVariant(0));
+        QCOMPARE(d->call(kMenu, u"Event"_s, {1, u"clicked"_s, noData, 0u}, menu).type(),
+                 QDBusMessage::ReplyMessage);
+        QVERIFY(surfaces.quickPanel() && surfaces.quickPanel()->isVisible());
+        QVERIFY(!surfaces.popover().isVisible());
+        QCOMPARE(d->call(kMenu, u"Event"_s, {9, u"clicked"_s, noData, 0u}, menu).type(),
+                 QDBusMessage::ErrorMessage);
+    }
+
     // With a panel's watcher on the bus the item is a StatusNotifierItem; only an XEmbed tray
     // without one gets the tray icon, and with neither the item waits on the bus for a panel.
     void choosesByWhatTheBusHas()

@@ -1,5 +1,6 @@
 #include "platform/linux/StatusNotifierItem.h"
 
+#include "platform/linux/DBusMenu.h"
 #include "platform/linux/StatusNotifierItemAdaptor.h"
 
 #include <QCoreApplication>
@@ -33,6 +34,17 @@ StatusNotifierItem::StatusNotifierItem(const QDBusConnection &bus, QObject *pare
                                                   QDBusServiceWatcher::WatchForOwnerChange)
 {
     sni::registerTypes();
+    m_menu = new DBusMenu(
+        m_bus, QLatin1StringView(menuPath),
+        [this] {
+            QStringList labels;
+            for (MenuEntry entry : menuEntries)
+                labels << menuLabel(entry);
+            return labels;
+        },
+        this);
+    connect(m_menu, &DBusMenu::triggered, this,
+            [this](int index) { Q_EMIT menuTriggered(menuEntries.at(index)); });
     m_adaptor = new StatusNotifierItemAdaptor(this);
     m_bus.registerObject(QLatin1StringView(itemPath), this, QDBusConnection::ExportAdaptors);
     m_bus.registerService(m_service);
@@ -63,6 +75,11 @@ void StatusNotifierItem::setTitle(const QString &title)
 void StatusNotifierItem::toolTipChanged()
 {
     Q_EMIT m_adaptor->NewToolTip();
+}
+
+void StatusNotifierItem::menuLabelsChanged()
+{
+    m_menu->labelsChanged();
 }
 
 void StatusNotifierItem::activateFromPanel(int x, int y)

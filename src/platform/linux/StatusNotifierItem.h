@@ -5,17 +5,20 @@
 #include <QDBusConnection>
 #include <QDBusServiceWatcher>
 
+class DBusMenu;
 class StatusNotifierItemAdaptor;
 
 // The panel item on Linux desktops: an org.kde.StatusNotifierItem exported at
 // /StatusNotifierItem under its own bus name and registered with the panel's
 // StatusNotifierWatcher, again whenever the watcher comes back (a panel restart or crash).
 // The title travels as the item's Title and as its XAyatanaLabel, the text shown beside the icon.
+// Its Menu, at /MenuBar, is what a right click shows; some hosts refuse an item without one.
 class StatusNotifierItem : public StatusItem
 {
     Q_OBJECT
 public:
     static constexpr auto itemPath = "/StatusNotifierItem";
+    static constexpr auto menuPath = "/MenuBar";
     static constexpr auto itemInterface = "org.kde.StatusNotifierItem";
     static constexpr auto watcherService = "org.kde.StatusNotifierWatcher";
     static constexpr auto watcherPath = "/StatusNotifierWatcher";
@@ -28,6 +31,7 @@ public:
 
     void setTitle(const QString &title) override;
     void toolTipChanged() override;
+    void menuLabelsChanged() override;
     QString title() const override { return m_title; }
     bool isVisible() const override { return m_registered; }
 
@@ -54,5 +58,6 @@ private:
     QString m_iconName;
     bool m_registered = false;
     StatusNotifierItemAdaptor *m_adaptor = nullptr;
+    DBusMenu *m_menu = nullptr;
     QDBusServiceWatcher m_watcherOwner;
 };

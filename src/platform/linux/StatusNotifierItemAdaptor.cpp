@@ -43,6 +43,11 @@ QString StatusNotifierItemAdaptor::labelGuide() const
     return QLatin1StringView(StatusNotifierItem::labelGuide);
 }
 
+QDBusObjectPath StatusNotifierItemAdaptor::menu() const
+{
+    return QDBusObjectPath(QLatin1StringView(StatusNotifierItem::menuPath));
+}
+
 void StatusNotifierItemAdaptor::Activate(int x, int y)
 {
     m_item->activateFromPanel(x, y);

@@ -30,6 +30,7 @@ class StatusNotifierItemAdaptor : public QDBusAbstractAdaptor
     Q_PROPERTY(bool ItemIsMenu READ itemIsMenu)
     Q_PROPERTY(QString XAyatanaLabel READ title)
     Q_PROPERTY(QString XAyatanaLabelGuide READ labelGuide)
+    Q_PROPERTY(QDBusObjectPath Menu READ menu)
 
 public:
     explicit StatusNotifierItemAdaptor(StatusNotifierItem *item);
@@ -47,6 +48,7 @@ public:
     // Not a menu: a left click asks for Activate, which opens the popover.
     bool itemIsMenu() const { return false; }
     QString labelGuide() const;
+    QDBusObjectPath menu() const;
 
 public Q_SLOTS:
     void Activate(int x, int y);
