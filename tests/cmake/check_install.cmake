@@ -6,9 +6,12 @@ execute_process(COMMAND ${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${PR
 if(NOT result EQUAL 0)
   message(FATAL_ERROR "cmake --install failed: ${result}")
 endif()
-foreach(path bin/mireo-pulse share/applications/com.mireo.Pulse.desktop
+foreach(path bin/mireo-pulse libexec/mireo-pulse/mireo-pulse-keychain
+             share/applications/com.mireo.Pulse.desktop
              share/dbus-1/services/com.mireo.Pulse.service
-             share/icons/hicolor/scalable/apps/mireo-pulse.svg)
+             share/icons/hicolor/scalable/apps/mireo-pulse.svg
+             share/icons/hicolor/48x48/apps/mireo-pulse.png
+             share/metainfo/com.mireo.Pulse.metainfo.xml)
   if(NOT EXISTS "${PREFIX}/${path}")
     message(FATAL_ERROR "not installed: ${path}")
   endif()
@@ -20,6 +23,14 @@ foreach(line "Exec=mireo-pulse %u" "MimeType=x-scheme-handler/mireopulse;" "Icon
     message(FATAL_ERROR "the installed entry lacks ${line}")
   endif()
 endforeach()
+# Software centres join the listing to the menu entry by its id: the entry's file name.
+file(READ "${PREFIX}/share/metainfo/com.mireo.Pulse.metainfo.xml" listing)
+string(REGEX MATCH "<id>([^<]*)</id>" match "${listing}")
+set(id "${CMAKE_MATCH_1}")
+string(REGEX MATCH "<launchable type=\"desktop-id\">([^<]*)</launchable>" match "${listing}")
+if(NOT EXISTS "${PREFIX}/share/applications/${id}.desktop" OR NOT CMAKE_MATCH_1 STREQUAL "${id}.desktop")
+  message(FATAL_ERROR "the listing's id '${id}' and launchable '${CMAKE_MATCH_1}' name no installed entry")
+endif()
 # The bus starts the installed binary, by the name the entry's file carries.
 file(STRINGS "${PREFIX}/share/dbus-1/services/com.mireo.Pulse.service" service)
 foreach(line "Name=com.mireo.Pulse" "Exec=${PREFIX}/bin/mireo-pulse")
