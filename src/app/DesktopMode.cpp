@@ -4,9 +4,11 @@
 #include "app/UrlRouting.h"
 #include "platform/linux/PulseBus.h"
 #include "platform/linux/PulseBusClient.h"
+#include "platform/linux/X11WindowTitle.h"
 
 #include <QApplication>
 #include <cstring>
+#include <vector>
 
 bool isHeadlessCommand(int argc, char *argv[])
 {
@@ -26,12 +28,42 @@ bool isHeadlessCommand(int argc, char *argv[])
     return false;
 }
 
+namespace {
+
+bool routesThroughXWayland(int argc, char *argv[])
+{
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "-platform") == 0 || std::strcmp(argv[i], "--platform") == 0)
+            return false;
+    }
+    return !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
+           !qEnvironmentVariableIsEmpty("DISPLAY") && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM");
+}
+
+} // namespace
+
 int runDesktop(int argc, char *argv[])
 {
-    QApplication app(argc, argv);
-    const QStringList arguments = QCoreApplication::arguments();
+    // Through XWayland our windows go where we put them: the popover under the panel item, the
+    // quick panel above centre. Natively the compositor places them. A user's own choice of
+    // platform wins. Passed as an argument, not the environment: the browser and other
+    // programs we start keep theirs.
+    std::vector<char *> arguments(argv, argv + argc);
+    char platformOption[] = "-platform";
+    char xcb[] = "xcb";
+    if (routesThroughXWayland(argc, argv))
+        arguments.insert(arguments.begin() + 1, {platformOption, xcb});
+    int count = int(arguments.size());
+    arguments.push_back(nullptr);
+    QApplication app(count, arguments.data());
+    // The Wayland app_id and the dock's name match the desktop entry; X11 windows carry the
+    // class the entry's StartupWMClass names. Never Qt's fallback, the bare application name.
+    QGuiApplication::setDesktopFileName(QStringLiteral("com.mireo.Pulse"));
+    QGuiApplication::setApplicationDisplayName(QStringLiteral("Mireo Pulse"));
+    x11::setWindowClassForNewWindows("mireo-pulse", "com.mireo.Pulse");
+    const QStringList given = QCoreApplication::arguments();
     // What a launcher that does not activate over the bus runs for a link: "mireo-pulse URL".
-    const QString link = arguments.size() > 1 ? arguments.last() : QString();
+    const QString link = given.size() > 1 ? given.last() : QString();
 
     PulseBusService bus;
     switch (bus.claim()) {

@@ -1,6 +1,7 @@
 #include "platform/linux/X11WindowTitle.h"
 
 #include <QGuiApplication>
+#include <QPlatformSurfaceEvent>
 #include <QWindow>
 #include <cstdlib>
 #include <cstring>
@@ -20,7 +21,54 @@ xcb_atom_t atom(xcb_connection_t *connection, const char *name)
     return value;
 }
 
+#if QT_CONFIG(xcb)
+xcb_connection_t *x11Connection()
+{
+    auto *x11 = qGuiApp ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
+    return x11 ? x11->connection() : nullptr;
+}
+
+// Sets the class as each native window is created, before it is mapped.
+class WindowClassSetter : public QObject
+{
+public:
+    WindowClassSetter(const QByteArray &instance, const QByteArray &className, QObject *parent)
+        : QObject(parent), m_value(instance + '\0' + className + '\0')
+    {
+    }
+
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::PlatformSurface && watched->isWindowType() &&
+            static_cast<QPlatformSurfaceEvent *>(event)->surfaceEventType() ==
+                QPlatformSurfaceEvent::SurfaceCreated) {
+            if (xcb_connection_t *connection = x11Connection()) {
+                xcb_change_property(connection, XCB_PROP_MODE_REPLACE,
+                                    xcb_window_t(static_cast<QWindow *>(watched)->winId()),
+                                    XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8,
+                                    std::uint32_t(m_value.size()), m_value.constData());
+            }
+        }
+        return false;
+    }
+
+private:
+    const QByteArray m_value;
+};
+#endif
+
 } // namespace
+
+void setWindowClassForNewWindows(const QByteArray &instance, const QByteArray &className)
+{
+#if QT_CONFIG(xcb)
+    if (x11Connection())
+        qGuiApp->installEventFilter(new WindowClassSetter(instance, className, qGuiApp));
+#else
+    Q_UNUSED(instance);
+    Q_UNUSED(className);
+#endif
+}
 
 void clearWindowTitle(QWindow *window)
 {
