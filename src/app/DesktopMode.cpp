@@ -40,6 +40,16 @@ bool routesThroughXWayland(int argc, char *argv[])
            !qEnvironmentVariableIsEmpty("DISPLAY") && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM");
 }
 
+// The next window shown takes the focus the launcher asked for. Qt's Wayland shell hands the
+// token to the compositor at the next activation and drops it; on X11 it marks the next window.
+void adoptFocusTokens(const focus_token::Tokens &tokens)
+{
+    if (QGuiApplication::platformName().startsWith(u"wayland") && !tokens.wayland.isEmpty())
+        qputenv("XDG_ACTIVATION_TOKEN", tokens.wayland.toUtf8());
+    if (!tokens.x11.isEmpty())
+        x11::setStartupIdForNextWindow(tokens.x11.toUtf8());
+}
+
 } // namespace
 
 int runDesktop(int argc, char *argv[])
@@ -84,6 +94,7 @@ int runDesktop(int argc, char *argv[])
     };
     publish();
     QObject::connect(&delegate, &AppDelegate::titleUpdated, &bus, publish);
+    QObject::connect(&bus, &PulseBusService::focusTokensReceived, &delegate, adoptFocusTokens);
     QObject::connect(&bus, &PulseBusService::activateRequested, &delegate,
                      &AppDelegate::toggleQuickPanel);
     QObject::connect(&bus, &PulseBusService::linkReceived, &delegate, &AppDelegate::handleUrl);

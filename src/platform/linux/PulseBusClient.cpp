@@ -1,5 +1,6 @@
 #include "platform/linux/PulseBusClient.h"
 
+#include "platform/linux/FocusToken.h"
 #include "platform/linux/PulseBus.h"
 
 #include <QDBusConnectionInterface>
@@ -39,7 +40,7 @@ bool handOver(const QDBusConnection &bus, const QString &link, std::chrono::mill
                                           : call(applicationInterface, QStringLiteral("Open"));
     if (!link.isEmpty())
         message << QStringList{link};
-    message << QVariantMap();
+    message << focus_token::inherited();
     const QDBusMessage reply = bus.call(message, QDBus::BlockWithGui, int(timeout.count()));
     return reply.type() == QDBusMessage::ReplyMessage;
 }

@@ -17,4 +17,8 @@ void clearWindowTitle(QWindow *window);
 // X11; call once, before the first window.
 void setWindowClassForNewWindows(const QByteArray &instance, const QByteArray &className);
 
+// The next window shown carries this startup id (_NET_STARTUP_ID), which a launcher gave for
+// the window it asked for, so the window manager lets it take the focus. Needs the above.
+void setStartupIdForNextWindow(const QByteArray &startupId);
+
 } // namespace x11
