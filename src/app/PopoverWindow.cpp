@@ -102,7 +102,6 @@ void PopoverWindow::showAt(QPoint anchor)
         move(PanelPlacement::popoverTopLeft(anchor, size, screen->availableGeometry()));
     if (screen && isXWayland())
         showShield(screen);
-    m_hadFocus = false;
     show();
     activateWindow();
     if (m_content)
@@ -144,17 +143,6 @@ void PopoverWindow::keyPressEvent(QKeyEvent *event)
         return;
     }
     QWidget::keyPressEvent(event);
-}
-
-void PopoverWindow::changeEvent(QEvent *event)
-{
-    QWidget::changeEvent(event);
-    if (event->type() != QEvent::ActivationChange || !isVisible())
-        return;
-    if (isActiveWindow())
-        m_hadFocus = true;
-    else if (m_hadFocus)
-        hide();
 }
 
 void PopoverWindow::hideEvent(QHideEvent *event)

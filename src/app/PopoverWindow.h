@@ -32,7 +32,6 @@ Q_SIGNALS:
 protected:
     void paintEvent(QPaintEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
-    void changeEvent(QEvent *event) override;
     void hideEvent(QHideEvent *event) override;
 
 private:
@@ -43,8 +42,6 @@ private:
     // client, so the popup's grab cannot see them. A transparent window over the rest of the
     // screen, below the panels, catches them instead.
     std::unique_ptr<QWidget> m_shield;
-    // Natively on Wayland no grab sees a click elsewhere: losing the focus it had is the sign.
-    bool m_hadFocus = false;
     // The click on the panel item that closes an open popover first reaches us as a click
     // outside; the item's activation follows a moment later and must not reopen it.
     QElapsedTimer m_sinceHidden;
