@@ -1,9 +1,9 @@
 #include "app/DesktopHotKey.h"
 
+#include "app/FirstRun.h"
 #include "notify/Notifier.h"
 #include "platform/linux/PortalHotKey.h"
 #include "platform/linux/X11HotKey.h"
-#include "settings/Defaults.h"
 #include "settings/L.h"
 #include "settings/SettingsKeys.h"
 
@@ -53,11 +53,8 @@ void DesktopHotKey::use(HotKey *key)
 
 void DesktopHotKey::tellOnce()
 {
-    const QString key = settings_keys::hotKeyNoticeShown;
-    if (m_defaults.boolean(key).value_or(false))
+    if (!firstRun::claimOnce(m_defaults, settings_keys::hotKeyNoticeShown))
         return;
-    m_defaults.setBoolean(key, true);
-    m_defaults.sync();
     m_notifier.deliver(
         {QStringLiteral("hot-key-binding"),
          L::text("Give Mireo Pulse a key", "Dá uma tecla ao Mireo Pulse"),
