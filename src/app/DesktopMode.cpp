@@ -2,6 +2,7 @@
 
 #include "app/AppDelegate.h"
 #include "app/UrlRouting.h"
+#include "platform/linux/FocusToken.h"
 #include "platform/linux/PulseBus.h"
 #include "platform/linux/PulseBusClient.h"
 #include "platform/linux/X11WindowTitle.h"
@@ -58,6 +59,8 @@ int runDesktop(int argc, char *argv[])
     // quick panel above centre. Natively the compositor places them. A user's own choice of
     // platform wins. Passed as an argument, not the environment: the browser and other
     // programs we start keep theirs.
+    // Read before Qt starts: its X11 platform takes DESKTOP_STARTUP_ID for itself.
+    const QVariantMap launchTokens = focus_token::inherited();
     std::vector<char *> arguments(argv, argv + argc);
     char platformOption[] = "-platform";
     char xcb[] = "xcb";
@@ -80,7 +83,8 @@ int runDesktop(int argc, char *argv[])
     case PulseBusService::Claim::Taken:
         // The desktop only hands us links of our scheme; anything else counts as no link.
         return pulse_bus::handOver(QDBusConnection::sessionBus(),
-                                   isCallbackUrl(link) ? link : QString())
+                                   isCallbackUrl(link) ? link : QString(),
+                                   pulse_bus::handOverTimeout, launchTokens)
                    ? 0
                    : 1;
     case PulseBusService::Claim::Owner:

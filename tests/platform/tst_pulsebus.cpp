@@ -127,7 +127,8 @@ private Q_SLOTS:
         if (method == u"hand over") {
             qputenv("XDG_ACTIVATION_TOKEN", "w-3");
             qputenv("DESKTOP_STARTUP_ID", "x-3");
-            QVERIFY(pulse_bus::handOver(connection(), QString()));
+            QVERIFY(pulse_bus::handOver(connection(), QString(), pulse_bus::handOverTimeout,
+                                        focus_token::inherited()));
             qunsetenv("XDG_ACTIVATION_TOKEN");
             qunsetenv("DESKTOP_STARTUP_ID");
         } else {
