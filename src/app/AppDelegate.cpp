@@ -1,7 +1,7 @@
 #include "app/AppDelegate.h"
 
+#include "app/DesktopHotKey.h"
 #include "app/FirstRun.h"
-#include "app/HotKey.h"
 #include "app/NotchCheck.h"
 #include "app/Probe.h"
 #include "app/RefreshOnOpen.h"
@@ -11,7 +11,6 @@
 #include "base/Clock.h"
 #include "platform/linux/DesktopEntry.h"
 #include "platform/linux/StatusNotifierItemOrTray.h"
-#include "platform/linux/X11HotKey.h"
 #include "platform/linux/X11WindowTitle.h"
 #include "settings/AppSettings.h"
 #include "settings/Defaults.h"
@@ -97,9 +96,9 @@ void AppDelegate::didFinishLaunching()
     core.startAccountCycle();
     m_updater.startScheduledChecks();
 
-    m_hotKey = X11HotKey::create(this);
-    connect(m_hotKey, &HotKey::activated, this, &AppDelegate::toggleQuickPanel);
-    m_hotKey->registerCombination(HotKey::quickPanelCombination);
+    m_hotKey = new DesktopHotKey(m_services.notifier, Defaults::shared(), this);
+    connect(m_hotKey, &DesktopHotKey::activated, this, &AppDelegate::toggleQuickPanel);
+    m_hotKey->start();
 
     notch::schedule(
         this,

@@ -11,7 +11,7 @@
 #include <QTimer>
 #include <memory>
 
-class HotKey;
+class DesktopHotKey;
 class StatusItem;
 class QWidget;
 
@@ -52,7 +52,7 @@ private:
     QtScreen m_screens;
     std::unique_ptr<StatusItem> m_statusItem;
     PulseSurfaces m_surfaces;
-    HotKey *m_hotKey = nullptr;
+    DesktopHotKey *m_hotKey = nullptr;
     QPointer<QWidget> m_onboardingWindow;
     // Coalesces the change announcements of a turn into one title update on the next turn.
     QTimer m_titleTimer;

@@ -2,11 +2,14 @@
 
 #include "app/AppDelegate.h"
 #include "app/UrlRouting.h"
+#include "platform/linux/FocusToken.h"
 #include "platform/linux/PulseBus.h"
 #include "platform/linux/PulseBusClient.h"
+#include "platform/linux/X11WindowTitle.h"
 
 #include <QApplication>
 #include <cstring>
+#include <vector>
 
 bool isHeadlessCommand(int argc, char *argv[])
 {
@@ -26,19 +29,62 @@ bool isHeadlessCommand(int argc, char *argv[])
     return false;
 }
 
+namespace {
+
+bool routesThroughXWayland(int argc, char *argv[])
+{
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "-platform") == 0 || std::strcmp(argv[i], "--platform") == 0)
+            return false;
+    }
+    return !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
+           !qEnvironmentVariableIsEmpty("DISPLAY") && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM");
+}
+
+// The next window shown takes the focus the launcher asked for. Qt's Wayland shell hands the
+// token to the compositor at the next activation and drops it; on X11 it marks the next window.
+void adoptFocusTokens(const focus_token::Tokens &tokens)
+{
+    if (QGuiApplication::platformName().startsWith(u"wayland") && !tokens.wayland.isEmpty())
+        qputenv("XDG_ACTIVATION_TOKEN", tokens.wayland.toUtf8());
+    if (!tokens.x11.isEmpty())
+        x11::setStartupIdForNextWindow(tokens.x11.toUtf8());
+}
+
+} // namespace
+
 int runDesktop(int argc, char *argv[])
 {
-    QApplication app(argc, argv);
-    const QStringList arguments = QCoreApplication::arguments();
+    // Through XWayland our windows go where we put them: the popover under the panel item, the
+    // quick panel above centre. Natively the compositor places them. A user's own choice of
+    // platform wins. Passed as an argument, not the environment: the browser and other
+    // programs we start keep theirs.
+    // Read before Qt starts: its X11 platform takes DESKTOP_STARTUP_ID for itself.
+    const QVariantMap launchTokens = focus_token::inherited();
+    std::vector<char *> arguments(argv, argv + argc);
+    char platformOption[] = "-platform";
+    char xcb[] = "xcb";
+    if (routesThroughXWayland(argc, argv))
+        arguments.insert(arguments.begin() + 1, {platformOption, xcb});
+    int count = int(arguments.size());
+    arguments.push_back(nullptr);
+    QApplication app(count, arguments.data());
+    // The Wayland app_id and the dock's name match the desktop entry; X11 windows carry the
+    // class the entry's StartupWMClass names. Never Qt's fallback, the bare application name.
+    QGuiApplication::setDesktopFileName(QStringLiteral("com.mireo.Pulse"));
+    QGuiApplication::setApplicationDisplayName(QStringLiteral("Mireo Pulse"));
+    x11::setWindowClassForNewWindows("mireo-pulse", "com.mireo.Pulse");
+    const QStringList given = QCoreApplication::arguments();
     // What a launcher that does not activate over the bus runs for a link: "mireo-pulse URL".
-    const QString link = arguments.size() > 1 ? arguments.last() : QString();
+    const QString link = given.size() > 1 ? given.last() : QString();
 
     PulseBusService bus;
     switch (bus.claim()) {
     case PulseBusService::Claim::Taken:
         // The desktop only hands us links of our scheme; anything else counts as no link.
         return pulse_bus::handOver(QDBusConnection::sessionBus(),
-                                   isCallbackUrl(link) ? link : QString())
+                                   isCallbackUrl(link) ? link : QString(),
+                                   pulse_bus::handOverTimeout, launchTokens)
                    ? 0
                    : 1;
     case PulseBusService::Claim::Owner:
@@ -52,6 +98,7 @@ int runDesktop(int argc, char *argv[])
     };
     publish();
     QObject::connect(&delegate, &AppDelegate::titleUpdated, &bus, publish);
+    QObject::connect(&bus, &PulseBusService::focusTokensReceived, &delegate, adoptFocusTokens);
     QObject::connect(&bus, &PulseBusService::activateRequested, &delegate,
                      &AppDelegate::toggleQuickPanel);
     QObject::connect(&bus, &PulseBusService::linkReceived, &delegate, &AppDelegate::handleUrl);

@@ -7,7 +7,11 @@ namespace firstRun {
 
 bool claim(Defaults &defaults)
 {
-    const QString key = settings_keys::onboarded;
+    return claimOnce(defaults, settings_keys::onboarded);
+}
+
+bool claimOnce(Defaults &defaults, const QString &key)
+{
     if (defaults.boolean(key).value_or(false))
         return false;
     defaults.setBoolean(key, true);

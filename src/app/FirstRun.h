@@ -1,6 +1,7 @@
 #pragma once
 
 class Defaults;
+class QString;
 
 // The first-run window is shown at most once per user account.
 namespace firstRun {
@@ -9,5 +10,8 @@ namespace firstRun {
 // flushed before the caller shows anything, so quitting with the window open does not bring it
 // back next time.
 bool claim(Defaults &defaults);
+
+// The same for any other thing said once ever, under its own settings key.
+bool claimOnce(Defaults &defaults, const QString &key);
 
 } // namespace firstRun

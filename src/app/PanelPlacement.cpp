@@ -36,8 +36,13 @@ QPoint quickPanelTopLeft(const QRect &available, const QSize &panel)
                        available.top() + available.height() - panel.height())};
 }
 
-QPoint popoverTopLeft(const QPoint &anchor, const QSize &popover, const QRect &available)
+QPoint popoverTopLeft(const QPoint &given, const QSize &popover, const QRect &available)
 {
+    const bool widgetLocal = given.x() < available.left() + widgetLocalExtent &&
+                             given.y() < available.top() + widgetLocalExtent;
+    const QPoint anchor = widgetLocal ? QPoint(available.left() + available.width(),
+                                               available.top() + 2 * std::max(given.y(), 0))
+                                      : given;
     const int bottom = available.top() + available.height();
     int y = anchor.y() + popoverGap;
     if (y + popover.height() > bottom)

@@ -21,9 +21,15 @@ QPoint quickPanelTopLeft(const QRect &available, const QSize &panel);
 
 // The popover's top-left: centred under the click point, or above it when there is no room
 // below (a panel at the bottom of the screen), and always inside the available geometry.
+// Some panels (waybar) give a point inside their own widget, not on the screen: one closer to
+// the area's top-left corner than a panel is thick on both axes. It says nothing of where the
+// item is, so the popover goes to the top right corner, where trays sit, under a panel taken
+// to be twice as tall as the point is low.
 QPoint popoverTopLeft(const QPoint &anchor, const QSize &popover, const QRect &available);
 
 // Gap between the click point and the popover's edge.
 inline constexpr int popoverGap = 6;
+// No panel is thicker than this; a point nearer the corner on both axes is widget-local.
+inline constexpr int widgetLocalExtent = 48;
 
 } // namespace PanelPlacement

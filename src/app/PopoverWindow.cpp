@@ -5,6 +5,7 @@
 
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QMouseEvent>
 #include <QPainter>
 #include <QScreen>
 #include <QTimer>
@@ -16,6 +17,38 @@ namespace {
 constexpr qint64 closingClickMs = 300;
 const QSize emptySize(340, 300);
 
+bool isXWayland()
+{
+    return QGuiApplication::platformName() == u"xcb" &&
+           !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
+
+// Catches presses outside the popover and closes it; draws nothing.
+class ClickShield : public QWidget
+{
+public:
+    explicit ClickShield(QWidget *popover)
+        : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::X11BypassWindowManagerHint |
+                               Qt::WindowDoesNotAcceptFocus | Qt::NoDropShadowWindowHint),
+          m_popover(popover)
+    {
+        setObjectName(QStringLiteral("PopoverClickShield"));
+        setAttribute(Qt::WA_TranslucentBackground);
+        setAttribute(Qt::WA_ShowWithoutActivating);
+    }
+
+protected:
+    void mousePressEvent(QMouseEvent *event) override
+    {
+        event->accept();
+        if (m_popover)
+            m_popover->hide();
+    }
+
+private:
+    QPointer<QWidget> m_popover;
+};
+
 } // namespace
 
 PopoverWindow::PopoverWindow(QWidget *parent)
@@ -26,6 +59,8 @@ PopoverWindow::PopoverWindow(QWidget *parent)
     // Room for the hairline border: popups get no frame from the window manager.
     layout->setContentsMargins(1, 1, 1, 1);
 }
+
+PopoverWindow::~PopoverWindow() = default;
 
 void PopoverWindow::setContent(QWidget *content)
 {
@@ -65,11 +100,21 @@ void PopoverWindow::showAt(QPoint anchor)
         screen = QGuiApplication::primaryScreen();
     if (screen)
         move(PanelPlacement::popoverTopLeft(anchor, size, screen->availableGeometry()));
+    if (screen && isXWayland())
+        showShield(screen);
     show();
     activateWindow();
     if (m_content)
         m_content->setFocus(Qt::PopupFocusReason);
     Q_EMIT shown();
+}
+
+void PopoverWindow::showShield(QScreen *screen)
+{
+    if (!m_shield)
+        m_shield = std::make_unique<ClickShield>(this);
+    m_shield->setGeometry(screen->geometry());
+    m_shield->show();
 }
 
 void PopoverWindow::paintEvent(QPaintEvent *)
@@ -103,6 +148,8 @@ void PopoverWindow::keyPressEvent(QKeyEvent *event)
 void PopoverWindow::hideEvent(QHideEvent *event)
 {
     m_sinceHidden.start();
+    if (m_shield)
+        m_shield->hide();
     QWidget::hideEvent(event);
     // A closed popover gives back its window and the pixels behind it; the view stays built,
     // so reopening only recreates the window.

@@ -3,14 +3,18 @@
 #include <QElapsedTimer>
 #include <QPointer>
 #include <QWidget>
+#include <memory>
 
 // The popover under the panel item: a frameless popup that hosts one content widget, closes on
 // a click anywhere else and stays inside the screen of the click.
+class QScreen;
+
 class PopoverWindow : public QWidget
 {
     Q_OBJECT
 public:
     explicit PopoverWindow(QWidget *parent = nullptr);
+    ~PopoverWindow() override;
 
     // Takes ownership; replaces (and deletes) the previous content.
     void setContent(QWidget *content);
@@ -31,7 +35,13 @@ protected:
     void hideEvent(QHideEvent *event) override;
 
 private:
+    void showShield(QScreen *screen);
+
     QPointer<QWidget> m_content;
+    // Under XWayland, clicks into native Wayland windows and the desktop never reach an X
+    // client, so the popup's grab cannot see them. A transparent window over the rest of the
+    // screen, below the panels, catches them instead.
+    std::unique_ptr<QWidget> m_shield;
     // The click on the panel item that closes an open popover first reaches us as a click
     // outside; the item's activation follows a moment later and must not reopen it.
     QElapsedTimer m_sinceHidden;

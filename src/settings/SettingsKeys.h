@@ -32,5 +32,7 @@ inline constexpr QLatin1StringView killSwitchOn = "notify.killSwitchOn"_L1;
 
 // The first-run window has been shown.
 inline constexpr QLatin1StringView onboarded = "onboarded"_L1;
+// The word on binding the hot key by hand, where the desktop gives apps none, has been said.
+inline constexpr QLatin1StringView hotKeyNoticeShown = "notice.hotKeyBinding"_L1;
 
 } // namespace settings_keys

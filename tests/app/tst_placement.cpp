@@ -41,6 +41,8 @@ private Q_SLOTS:
             size, QPoint(730, 1000 - gap - 300));
         row("popover: left panel", QRect(48, 0, 1872, 1080), QPoint(20, 500), size,
             QPoint(48, 500 + gap));
+        row("popover: widget-local point goes top right", QRect(0, 0, 1280, 800), QPoint(11, 17),
+            size, QPoint(940, 34 + gap));
         row("popover: taller than the screen", QRect(0, 0, 800, 250), QPoint(400, 10), size,
             QPoint(230, 0));
     }

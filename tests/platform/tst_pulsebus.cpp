@@ -93,6 +93,56 @@ private Q_SLOTS:
         QCOMPARE(received, links);
     }
 
+    // A launcher's focus tokens reach the app before the request they came with; only short
+    // printable strings. A second launch passes on the ones it was started with.
+    void focusTokens_data()
+    {
+        QTest::addColumn<QString>("method");
+        QTest::addColumn<QVariantMap>("platformData");
+        QTest::addColumn<QString>("expected");
+        const QString longToken(600, u'a');
+        QTest::newRow("Activate, both") << u"Activate"_s
+                                        << QVariantMap{{u"activation-token"_s, u"w-1"_s},
+                                                       {u"desktop-startup-id"_s, u"x_TIME5"_s}}
+                                        << u"w-1|x_TIME5"_s;
+        QTest::newRow("Open, Wayland's")
+            << u"Open"_s << QVariantMap{{u"activation-token"_s, u"w-2"_s}} << u"w-2|"_s;
+        QTest::newRow("wrong type, control character, too long")
+            << u"Activate"_s
+            << QVariantMap{{u"activation-token"_s, 7}, {u"desktop-startup-id"_s, u"a\nb"_s}}
+            << u"|"_s;
+        QTest::newRow("too long") << u"Activate"_s
+                                  << QVariantMap{{u"activation-token"_s, longToken}} << u"|"_s;
+        QTest::newRow("second launch") << u"hand over"_s << QVariantMap() << u"w-3|x-3"_s;
+    }
+    void focusTokens()
+    {
+        QFETCH(QString, method);
+        QFETCH(QVariantMap, platformData);
+        QFETCH(QString, expected);
+        PulseBusService app(connection());
+        QCOMPARE(app.claim(), PulseBusService::Claim::Owner);
+        app.launchFinished();
+        QSignalSpy tokens(&app, &PulseBusService::focusTokensReceived);
+        if (method == u"hand over") {
+            qputenv("XDG_ACTIVATION_TOKEN", "w-3");
+            qputenv("DESKTOP_STARTUP_ID", "x-3");
+            QVERIFY(pulse_bus::handOver(connection(), QString(), pulse_bus::handOverTimeout,
+                                        focus_token::inherited()));
+            qunsetenv("XDG_ACTIVATION_TOKEN");
+            qunsetenv("DESKTOP_STARTUP_ID");
+        } else {
+            const QVariantList arguments =
+                method == u"Open" ? QVariantList{QStringList{u"mireopulse://open"_s}, platformData}
+                                  : QVariantList{platformData};
+            QCOMPARE(call(u"org.freedesktop.Application"_s, method, arguments).type(),
+                     QDBusMessage::ReplyMessage);
+        }
+        QCOMPARE(tokens.size(), 1);
+        const auto received = tokens.first().first().value<focus_token::Tokens>();
+        QCOMPARE(received.wayland + u'|' + received.x11, expected);
+    }
+
     // Who owns the name, hand-over during a launch and the app's comings and goings are the
     // end-to-end test's; here, what a change announces.
     void onlyChangesAreAnnounced()

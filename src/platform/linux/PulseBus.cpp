@@ -1,6 +1,7 @@
 #include "platform/linux/PulseBus.h"
 
 #include "app/UrlRouting.h"
+#include "platform/linux/FocusToken.h"
 
 #include <QDBusAbstractAdaptor>
 #include <QDBusConnectionInterface>
@@ -38,9 +39,14 @@ public:
     }
 
 public Q_SLOTS:
-    void Activate(const QVariantMap &) { m_service->activate(); }
-    void Open(const QStringList &uris, const QVariantMap &, const QDBusMessage &message)
+    void Activate(const QVariantMap &platformData)
     {
+        Q_EMIT m_service->focusTokensReceived(focus_token::read(platformData));
+        m_service->activate();
+    }
+    void Open(const QStringList &uris, const QVariantMap &platformData, const QDBusMessage &message)
+    {
+        Q_EMIT m_service->focusTokensReceived(focus_token::read(platformData));
         if (m_service->open(uris))
             return;
         message.setDelayedReply(true);

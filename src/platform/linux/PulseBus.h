@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/linux/FocusToken.h"
+
 #include <QDBusConnection>
 #include <QObject>
 #include <QString>
@@ -56,6 +58,8 @@ public:
     bool open(const QStringList &uris);
 
 Q_SIGNALS:
+    // Before the request they came with: what lets the window it opens take the focus.
+    void focusTokensReceived(const focus_token::Tokens &tokens);
     void activateRequested();
     void linkReceived(const QString &url);
     // Someone asks for the sign-in page; the app decides whether a sign-in may begin.

@@ -33,13 +33,14 @@ QDBusMessage call(const char *interface, const QString &method)
 
 } // namespace
 
-bool handOver(const QDBusConnection &bus, const QString &link, std::chrono::milliseconds timeout)
+bool handOver(const QDBusConnection &bus, const QString &link, std::chrono::milliseconds timeout,
+              const QVariantMap &platformData)
 {
     QDBusMessage message = link.isEmpty() ? call(applicationInterface, QStringLiteral("Activate"))
                                           : call(applicationInterface, QStringLiteral("Open"));
     if (!link.isEmpty())
         message << QStringList{link};
-    message << QVariantMap();
+    message << platformData;
     const QDBusMessage reply = bus.call(message, QDBus::Block, int(timeout.count()));
     return reply.type() == QDBusMessage::ReplyMessage;
 }

@@ -4,6 +4,7 @@
 #include <QDBusServiceWatcher>
 #include <QObject>
 #include <QString>
+#include <QVariantMap>
 #include <chrono>
 #include <optional>
 
@@ -26,10 +27,11 @@ inline constexpr std::chrono::milliseconds handOverTimeout{10000};
 // Whether an app owns the name now.
 bool appIsRunning(const QDBusConnection &bus);
 
-// Hands a launch to the running app: Open with the link, or Activate without one. True when
-// the app took it.
+// Hands a launch to the running app: Open with the link, or Activate without one, with
+// `platformData` (the launch's focus tokens). True when the app took it.
 bool handOver(const QDBusConnection &bus, const QString &link,
-              std::chrono::milliseconds timeout = handOverTimeout);
+              std::chrono::milliseconds timeout = handOverTimeout,
+              const QVariantMap &platformData = {});
 
 // The app's state, or nothing when no app runs or it did not answer in time.
 std::optional<State> readState(const QDBusConnection &bus,

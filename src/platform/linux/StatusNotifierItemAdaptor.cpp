@@ -27,15 +27,19 @@ QString StatusNotifierItemAdaptor::iconName() const
 
 sni::ToolTip StatusNotifierItemAdaptor::toolTip() const
 {
-    // The first line heads the tool tip; hosts read the rest as markup.
+    // The first line heads the tool tip; the rest is markup that both Pango (waybar, GTK
+    // panels) and Qt's rich text (Plasma) read alike: escaped text in one <span>, lines parted
+    // by U+2029, which both take as a paragraph break where Qt would fold a newline and Pango
+    // refuses <br/>.
     const QString text = m_item->toolTip();
     const qsizetype end = text.indexOf(u'\n');
     const QString title = end < 0 ? text : text.first(end);
-    const QString body = end < 0 ? QString() : text.sliced(end + 1).toHtmlEscaped();
+    QString body = end < 0 ? QString() : text.sliced(end + 1).toHtmlEscaped();
+    body.replace(u'\n', QChar::ParagraphSeparator);
     return {{},
             {},
             title.isEmpty() ? QStringLiteral("Mireo Pulse") : title,
-            QString(body).replace(u'\n', QStringLiteral("<br/>"))};
+            body.isEmpty() ? body : QStringLiteral("<span>") + body + QStringLiteral("</span>")};
 }
 
 QString StatusNotifierItemAdaptor::labelGuide() const
