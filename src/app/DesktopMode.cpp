@@ -2,6 +2,7 @@
 
 #include "app/AppDelegate.h"
 #include "app/UrlRouting.h"
+#include "platform/linux/DesktopExec.h"
 #include "platform/linux/PulseBus.h"
 #include "platform/linux/PulseBusClient.h"
 
@@ -29,13 +30,18 @@ bool isHeadlessCommand(int argc, char *argv[])
 int runDesktop(int argc, char *argv[])
 {
     QApplication app(argc, argv);
-    const QStringList arguments = QCoreApplication::arguments();
+    QStringList arguments = QCoreApplication::arguments();
+    const bool background =
+        arguments.removeAll(QLatin1StringView(desktop_exec::backgroundArgument)) > 0;
     // What a launcher that does not activate over the bus runs for a link: "mireo-pulse URL".
     const QString link = arguments.size() > 1 ? arguments.last() : QString();
 
     PulseBusService bus;
     switch (bus.claim()) {
     case PulseBusService::Claim::Taken:
+        // At login several may start the app at once; only the user's own launch hands over.
+        if (background)
+            return 0;
         // The desktop only hands us links of our scheme; anything else counts as no link.
         return pulse_bus::handOver(QDBusConnection::sessionBus(),
                                    isCallbackUrl(link) ? link : QString())
@@ -47,9 +53,7 @@ int runDesktop(int argc, char *argv[])
     }
 
     AppDelegate delegate;
-    const auto publish = [&bus, &delegate] {
-        bus.publish(delegate.menuTitle(), QString::fromUtf8(statusJson(delegate.core())));
-    };
+    const auto publish = [&bus, &delegate] { bus.publish(currentPanelState(delegate.core())); };
     publish();
     QObject::connect(&delegate, &AppDelegate::titleUpdated, &bus, publish);
     QObject::connect(&bus, &PulseBusService::activateRequested, &delegate,

@@ -1,6 +1,7 @@
 #include "platform/linux/PulseBus.h"
 
 #include "app/UrlRouting.h"
+#include "platform/linux/PulseBusClient.h"
 
 #include <QDBusAbstractAdaptor>
 #include <QDBusConnectionInterface>
@@ -59,13 +60,21 @@ class StateAdaptor : public QDBusAbstractAdaptor
     Q_CLASSINFO("D-Bus Interface", "com.mireo.Pulse1")
     Q_PROPERTY(QString Title READ title)
     Q_PROPERTY(QString Status READ status)
+    Q_PROPERTY(QString ToolTip READ toolTip)
+    Q_PROPERTY(QString Tone READ tone)
+    Q_PROPERTY(bool Stale READ stale)
+    Q_PROPERTY(QString Metric READ metric)
 public:
     explicit StateAdaptor(PulseBusService *service)
         : QDBusAbstractAdaptor(service), m_service(service)
     {
     }
-    QString title() const { return m_service->title(); }
-    QString status() const { return m_service->status(); }
+    QString title() const { return m_service->state().title; }
+    QString status() const { return m_service->state().status; }
+    QString toolTip() const { return m_service->state().toolTip; }
+    QString tone() const { return m_service->state().tone; }
+    bool stale() const { return m_service->state().stale; }
+    QString metric() const { return m_service->state().metric; }
 
 private:
     PulseBusService *m_service;
@@ -74,8 +83,13 @@ private:
 } // namespace
 
 PulseBusService::PulseBusService(QDBusConnection bus, QObject *parent)
-    : QObject(parent), m_bus(std::move(bus)), m_title(QStringLiteral("M\u00B7")),
-      m_status(QStringLiteral("{}"))
+    : QObject(parent), m_bus(std::move(bus)),
+      m_state(std::make_unique<pulse_bus::State>(pulse_bus::State{QStringLiteral("M\u00B7"),
+                                                                  QStringLiteral("{}"),
+                                                                  QStringLiteral("M\u00B7"),
+                                                                  {},
+                                                                  false,
+                                                                  QStringLiteral("book")}))
 {
     new ApplicationAdaptor(this, m_bus);
     new StateAdaptor(this);
@@ -109,13 +123,21 @@ PulseBusService::Claim PulseBusService::claim()
     return reply.isValid() ? Claim::Taken : Claim::NoBus;
 }
 
-void PulseBusService::publish(const QString &title, const QString &status)
+void PulseBusService::publish(const pulse_bus::State &state)
 {
     QVariantMap changed;
-    if (title != m_title)
-        changed.insert(QStringLiteral("Title"), m_title = title);
-    if (status != m_status)
-        changed.insert(QStringLiteral("Status"), m_status = status);
+    const auto update = [&changed](const char *name, auto &member, const auto &value) {
+        if (member == value)
+            return;
+        member = value;
+        changed.insert(QLatin1StringView(name), QVariant::fromValue(value));
+    };
+    update("Title", m_state->title, state.title);
+    update("Status", m_state->status, state.status);
+    update("ToolTip", m_state->toolTip, state.toolTip);
+    update("Tone", m_state->tone, state.tone);
+    update("Stale", m_state->stale, state.stale);
+    update("Metric", m_state->metric, state.metric);
     if (changed.isEmpty() || !m_exported)
         return;
     QDBusMessage signal = QDBusMessage::createSignal(

@@ -4,6 +4,7 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <memory>
 
 class QDBusMessage;
 
@@ -15,10 +16,12 @@ inline constexpr char serviceName[] = "com.mireo.Pulse";
 inline constexpr char objectPath[] = "/com/mireo/Pulse";
 inline constexpr char applicationInterface[] = "org.freedesktop.Application";
 inline constexpr char stateInterface[] = "com.mireo.Pulse1";
+struct State;
 } // namespace pulse_bus
 
 // The owner's side: org.freedesktop.Application (Activate, Open) and com.mireo.Pulse1 (Title,
-// Status) at /com/mireo/Pulse. Requests that arrive before launch has finished wait for it.
+// Status, ToolTip, Tone, Stale, Metric) at /com/mireo/Pulse. Requests that arrive before launch has
+// finished wait for it.
 class PulseBusService : public QObject
 {
     Q_OBJECT
@@ -41,9 +44,8 @@ public:
     Claim claim();
 
     // The state the properties show; what changed is announced with PropertiesChanged.
-    void publish(const QString &title, const QString &status);
-    QString title() const { return m_title; }
-    QString status() const { return m_status; }
+    void publish(const pulse_bus::State &state);
+    const pulse_bus::State &state() const { return *m_state; }
 
     // Delivers what waited, in order of arrival; later requests are delivered at once.
     void launchFinished();
@@ -64,6 +66,5 @@ private:
     bool m_exported = false;
     bool m_launchFinished = false;
     QStringList m_waiting;
-    QString m_title;
-    QString m_status;
+    std::unique_ptr<pulse_bus::State> m_state;
 };
