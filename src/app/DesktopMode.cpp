@@ -59,6 +59,8 @@ int runDesktop(int argc, char *argv[])
     QObject::connect(&bus, &PulseBusService::activateRequested, &delegate,
                      &AppDelegate::toggleQuickPanel);
     QObject::connect(&bus, &PulseBusService::linkReceived, &delegate, &AppDelegate::handleUrl);
+    QObject::connect(&bus, &PulseBusService::popoverRequested, &delegate,
+                     &AppDelegate::togglePopover);
     // A link that started the app waits for launch like one that arrives over the bus.
     if (!link.isEmpty())
         bus.open({link});

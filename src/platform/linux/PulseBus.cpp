@@ -7,6 +7,7 @@
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusReply>
+#include <QPoint>
 #include <QVariantMap>
 
 namespace {
@@ -75,6 +76,10 @@ public:
     QString tone() const { return m_service->state().tone; }
     bool stale() const { return m_service->state().stale; }
     QString metric() const { return m_service->state().metric; }
+
+public Q_SLOTS:
+    // For a panel that shows the title itself (the GNOME Shell extension): a click on it.
+    void ActivateAt(int x, int y) { m_service->activateAt(QPoint(x, y)); }
 
 private:
     PulseBusService *m_service;
@@ -150,6 +155,13 @@ void PulseBusService::publish(const pulse_bus::State &state)
 void PulseBusService::activate()
 {
     deliver(QString());
+}
+
+void PulseBusService::activateAt(QPoint point)
+{
+    // Only a finished launch has a popover; a click that came too early is not repeated.
+    if (m_launchFinished)
+        Q_EMIT popoverRequested(point);
 }
 
 bool PulseBusService::open(const QStringList &uris)

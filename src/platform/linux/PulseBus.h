@@ -2,6 +2,7 @@
 
 #include <QDBusConnection>
 #include <QObject>
+#include <QPoint>
 #include <QString>
 #include <QStringList>
 #include <memory>
@@ -52,11 +53,14 @@ public:
 
     // From the bus adaptor.
     void activate();
+    void activateAt(QPoint point);
     // False when the call is refused as a whole; links that are not ours are dropped.
     bool open(const QStringList &uris);
 
 Q_SIGNALS:
     void activateRequested();
+    // A panel that shows the title itself was clicked at this point on screen.
+    void popoverRequested(QPoint point);
     void linkReceived(const QString &url);
 
 private:

@@ -7,6 +7,7 @@
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
+#include <QDBusReply>
 #include <QStandardPaths>
 
 namespace {
@@ -30,18 +31,31 @@ StatusNotifierItem::StatusNotifierItem(const QDBusConnection &bus, QObject *pare
                                                     .arg(QCoreApplication::applicationPid())
                                                     .arg(nextInstance++)),
       m_iconName(themeIconName()), m_watcherOwner(QLatin1StringView(watcherService), bus,
-                                                  QDBusServiceWatcher::WatchForOwnerChange)
+                                                  QDBusServiceWatcher::WatchForOwnerChange),
+      m_titleOwner(QLatin1StringView(titleShownElsewhere), bus,
+                   QDBusServiceWatcher::WatchForOwnerChange)
 {
     sni::registerTypes();
     m_adaptor = new StatusNotifierItemAdaptor(this);
     m_bus.registerObject(QLatin1StringView(itemPath), this, QDBusConnection::ExportAdaptors);
-    m_bus.registerService(m_service);
     connect(&m_watcherOwner, &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this](const QString &, const QString &, const QString &newOwner) {
                 setRegistered(false);
-                if (!newOwner.isEmpty())
+                if (!newOwner.isEmpty() && !m_withdrawn)
                     registerWithWatcher();
             });
+    connect(&m_titleOwner, &QDBusServiceWatcher::serviceOwnerChanged, this,
+            [this](const QString &, const QString &, const QString &newOwner) {
+                setWithdrawn(!newOwner.isEmpty());
+            });
+    if (m_bus.interface()) {
+        const QDBusReply<bool> shownElsewhere =
+            m_bus.interface()->isServiceRegistered(QLatin1StringView(titleShownElsewhere));
+        m_withdrawn = shownElsewhere.isValid() && shownElsewhere.value();
+    }
+    if (m_withdrawn)
+        return;
+    m_bus.registerService(m_service);
     registerWithWatcher();
 }
 
@@ -100,6 +114,22 @@ void StatusNotifierItem::registerWithWatcher()
                 if (!finished->isError())
                     setRegistered(true);
             });
+}
+
+// One title in the panel, not two: hosts drop an item whose name goes away, and take it back
+// when it registers again.
+void StatusNotifierItem::setWithdrawn(bool withdrawn)
+{
+    if (withdrawn == m_withdrawn)
+        return;
+    m_withdrawn = withdrawn;
+    if (withdrawn) {
+        m_bus.unregisterService(m_service);
+        setRegistered(false);
+        return;
+    }
+    m_bus.registerService(m_service);
+    registerWithWatcher();
 }
 
 void StatusNotifierItem::setRegistered(bool registered)
