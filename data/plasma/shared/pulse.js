@@ -19,14 +19,15 @@ var activate = "gdbus call --session --dest com.mireo.Pulse --object-path /com/m
 
 // Plasma 5's one read every two seconds, one light process each: who owns the name while no one
 // is known, then the owner's properties. A unique name is never activated, so reading never
-// starts an app the user quit. gdbus prints in the locale's charset: UTF-8 keeps the "·".
+// starts an app the user quit. The shell Plasma runs it with becomes gdbus (exec), and gdbus
+// prints in the locale's charset: UTF-8 keeps the "·".
 function readCommand(owner) {
+    var gdbus = "exec env LC_ALL=C.UTF-8 gdbus call --session --timeout 2 --dest ";
     if (!owner)
-        return "LC_ALL=C.UTF-8 gdbus call --session --timeout 2 --dest org.freedesktop.DBus" +
-            " --object-path /org/freedesktop/DBus --method org.freedesktop.DBus.GetNameOwner " +
-            service;
-    return "LC_ALL=C.UTF-8 gdbus call --session --timeout 2 --dest " + owner + " --object-path " +
-        path + " --method org.freedesktop.DBus.Properties.GetAll " + stateInterface;
+        return gdbus + "org.freedesktop.DBus --object-path /org/freedesktop/DBus" +
+            " --method org.freedesktop.DBus.GetNameOwner " + service;
+    return gdbus + owner + " --object-path " + path +
+        " --method org.freedesktop.DBus.Properties.GetAll " + stateInterface;
 }
 
 // The owner in GetNameOwner's answer ("(':1.42',)"), or "".

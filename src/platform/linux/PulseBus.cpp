@@ -88,14 +88,12 @@ private:
 } // namespace
 
 PulseBusService::PulseBusService(QDBusConnection bus, QObject *parent)
-    : QObject(parent), m_bus(std::move(bus)),
-      m_state(std::make_unique<pulse_bus::State>(pulse_bus::State{QStringLiteral("M\u00B7"),
-                                                                  QStringLiteral("{}"),
-                                                                  QStringLiteral("M\u00B7"),
-                                                                  {},
-                                                                  false,
-                                                                  QStringLiteral("book")}))
+    : QObject(parent), m_bus(std::move(bus)), m_state(std::make_unique<pulse_bus::State>())
 {
+    // Nothing known yet.
+    m_state->title = m_state->toolTip = QStringLiteral("M\u00B7");
+    m_state->status = QStringLiteral("{}");
+    m_state->metric = QStringLiteral("book");
     new ApplicationAdaptor(this, m_bus);
     new StateAdaptor(this);
 }
