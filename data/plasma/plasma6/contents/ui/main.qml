@@ -22,8 +22,16 @@ PlasmoidItem {
     toolTipSubText: mireo.toolTipBody
     toolTipTextFormat: Text.StyledText
 
+    // The module's property map follows PropertiesChanged; these bindings follow the map.
     PulseState {
         id: mireo
+        properties: watcher.registered ? Pulse.plainValues({
+            Title: app.properties.Title,
+            ToolTip: app.properties.ToolTip,
+            Tone: app.properties.Tone,
+            Stale: app.properties.Stale,
+            Metric: app.properties.Metric
+        }) : null
     }
     DBus.DBusServiceWatcher {
         id: watcher
@@ -32,8 +40,6 @@ PlasmoidItem {
         onRegisteredChanged: {
             if (registered)
                 app.updateAll();
-            else
-                mireo.properties = null;
         }
     }
     DBus.Properties {
@@ -42,8 +48,6 @@ PlasmoidItem {
         service: Pulse.service
         path: Pulse.path
         iface: Pulse.stateInterface
-        onPropertiesChanged: mireo.properties = watcher.registered ? Pulse.plainValues(properties)
-                                                                    : null
     }
     // Starting the app and a click are rare: a gdbus process each, as on Plasma 5.
     P5Support.DataSource {
