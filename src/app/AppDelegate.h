@@ -31,6 +31,8 @@ public:
     // A mireopulse: URL, from our command line or the bus.
     void handleUrl(const QString &url);
     void toggleQuickPanel();
+    // As a click on the panel item at this point does.
+    void togglePopover(QPoint anchor) { m_surfaces.togglePopover(anchor); }
 
     QString menuTitle() const { return m_services.core.menuTitle(); }
     AppCore &core() { return m_services.core; }

@@ -2,6 +2,7 @@
 
 #include "app/AppDelegate.h"
 #include "app/UrlRouting.h"
+#include "platform/linux/DesktopExec.h"
 #include "platform/linux/FocusToken.h"
 #include "platform/linux/PulseBus.h"
 #include "platform/linux/PulseBusClient.h"
@@ -74,13 +75,18 @@ int runDesktop(int argc, char *argv[])
     QGuiApplication::setDesktopFileName(QStringLiteral("com.mireo.Pulse"));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Mireo Pulse"));
     x11::setWindowClassForNewWindows("mireo-pulse", "com.mireo.Pulse");
-    const QStringList given = QCoreApplication::arguments();
+    QStringList given = QCoreApplication::arguments();
+    const bool background =
+        given.removeAll(QLatin1StringView(desktop_exec::backgroundArgument)) > 0;
     // What a launcher that does not activate over the bus runs for a link: "mireo-pulse URL".
     const QString link = given.size() > 1 ? given.last() : QString();
 
     PulseBusService bus;
     switch (bus.claim()) {
     case PulseBusService::Claim::Taken:
+        // At login several may start the app at once; only the user's own launch hands over.
+        if (background)
+            return 0;
         // The desktop only hands us links of our scheme; anything else counts as no link.
         return pulse_bus::handOver(QDBusConnection::sessionBus(),
                                    isCallbackUrl(link) ? link : QString(),
@@ -93,9 +99,7 @@ int runDesktop(int argc, char *argv[])
     }
 
     AppDelegate delegate;
-    const auto publish = [&bus, &delegate] {
-        bus.publish(delegate.menuTitle(), QString::fromUtf8(statusJson(delegate.core())));
-    };
+    const auto publish = [&bus, &delegate] { bus.publish(currentPanelState(delegate.core())); };
     publish();
     QObject::connect(&delegate, &AppDelegate::titleUpdated, &bus, publish);
     QObject::connect(&bus, &PulseBusService::focusTokensReceived, &delegate, adoptFocusTokens);
@@ -107,6 +111,8 @@ int runDesktop(int argc, char *argv[])
         if (!delegate.core().auth().isSignedIn())
             delegate.core().auth().beginSignIn();
     });
+    QObject::connect(&bus, &PulseBusService::popoverRequested, &delegate,
+                     &AppDelegate::togglePopover);
     // A link that started the app waits for launch like one that arrives over the bus.
     if (!link.isEmpty())
         bus.open({link});

@@ -41,12 +41,11 @@ public:
                 runAlone();
         });
         connect(&m_watcher, &PulseBusWatcher::stateChanged, this,
-                [this](const std::optional<QString> &title, const std::optional<QString> &status) {
+                [this](const QVariantMap &changed) {
                     if (m_alone)
                         return;
-                    m_app.title = title.value_or(m_app.title);
-                    m_app.status = status.value_or(m_app.status);
-                    print(surfaceLine(m_output, m_app.title, m_app.status.toUtf8()));
+                    pulse_bus::applyProperties(m_app, changed);
+                    print(surfaceLine(m_output, m_app));
                 });
         if (pulse_bus::appIsRunning(m_bus))
             followApp();
@@ -77,7 +76,7 @@ private:
         // One process per user announces: the app. Its caches are its own to write.
         retireAlone();
         m_app = app;
-        print(surfaceLine(m_output, app.title, app.status.toUtf8()));
+        print(surfaceLine(m_output, app));
     }
 
     void retireAlone()

@@ -1,15 +1,14 @@
 #include "app/Headless.h"
 
+#include "app/PanelState.h"
 #include "app/StatusReport.h"
 #include "app/WaybarLine.h"
 #include "base/Clock.h"
-#include "platform/linux/PulseBusClient.h"
 #include "settings/Defaults.h"
 #include "settings/L.h"
 #include "settings/MireoConfig.h"
 
 #include <QCoreApplication>
-#include <QJsonDocument>
 #include <cstdio>
 
 void printLine(const QByteArray &line)
@@ -26,25 +25,23 @@ HeadlessServices::HeadlessServices()
 {
 }
 
-QByteArray statusJson(AppCore &core)
+pulse_bus::State currentPanelState(AppCore &core)
 {
-    return QJsonDocument(statusReport(core.menuTitle(), core.pulse(), core.auth()))
-        .toJson(QJsonDocument::Compact);
+    return panelState(statusReport(core.menuTitle(), core.pulse(), core.auth()), L::isPT());
 }
 
-QByteArray surfaceLine(HeadlessOutput output, const QString &title, const QByteArray &status)
+QByteArray surfaceLine(HeadlessOutput output, const pulse_bus::State &state)
 {
     if (output == HeadlessOutput::Title)
-        return title.toUtf8();
+        return state.title.toUtf8();
     if (output == HeadlessOutput::Waybar)
-        return waybarLine(QJsonDocument::fromJson(status).object(), base::Clock::system().now(),
-                          L::isPT());
-    return status;
+        return waybarLine(state);
+    return state.status.toUtf8();
 }
 
 QByteArray headlessLine(HeadlessOutput output, AppCore &core)
 {
-    return surfaceLine(output, core.menuTitle(), statusJson(core));
+    return surfaceLine(output, currentPanelState(core));
 }
 
 AuthStore::Endpoints builtInEndpoints()
@@ -67,14 +64,14 @@ void afterFirstLoad(AppCore &core, std::function<void()> then)
 
 QByteArray unansweredLine(HeadlessOutput output)
 {
-    return surfaceLine(output, PulseStore::titleFor(std::nullopt), QByteArrayLiteral("{}"));
+    return surfaceLine(output, {PulseStore::titleFor(std::nullopt), QStringLiteral("{}")});
 }
 
 int runHeadless(HeadlessOutput output)
 {
     const QDBusConnection bus = QDBusConnection::sessionBus();
     if (const auto app = pulse_bus::readState(bus)) {
-        printLine(surfaceLine(output, app->title, app->status.toUtf8()));
+        printLine(surfaceLine(output, *app));
         return 0;
     }
     // A slow app is still the app: a second one beside it would spend its session's tokens.

@@ -5,6 +5,7 @@
 #include "app/DesktopBrowser.h"
 #include "platform/linux/FreedesktopNotifier.h"
 #include "platform/linux/KeychainProcessStore.h"
+#include "platform/linux/PulseBusClient.h"
 
 #include <functional>
 
@@ -35,11 +36,11 @@ struct HeadlessServices
 // restore (account load included) have finished.
 void afterFirstLoad(AppCore &core, std::function<void()> then);
 
-// The status object as one line of JSON text: what --status-json prints and the bus shows.
-QByteArray statusJson(AppCore &core);
-// What the surfaces print (the title, the status JSON or waybar's line), from the panel title
-// and the status object's JSON text, wherever they came from.
-QByteArray surfaceLine(HeadlessOutput output, const QString &title, const QByteArray &status);
+// What the bus shows for these services (see panelState), in the app's language.
+pulse_bus::State currentPanelState(AppCore &core);
+// What the surfaces print (the title, the status JSON or waybar's line), from the panel state,
+// wherever it came from.
+QByteArray surfaceLine(HeadlessOutput output, const pulse_bus::State &state);
 QByteArray headlessLine(HeadlessOutput output, AppCore &core);
 // What a surface shows while the app it reads has not answered.
 QByteArray unansweredLine(HeadlessOutput output);

@@ -1,4 +1,5 @@
 #include "app/MenuTitle.h"
+#include "app/PanelState.h"
 #include "app/WaybarLine.h"
 
 #include <QJsonArray>
@@ -85,7 +86,11 @@ private Q_SLOTS:
         QFETCH(QStringList, classes);
         const QJsonObject report = QJsonDocument::fromJson(status).object();
         QVERIFY(!report.isEmpty());
-        QCOMPARE(::panelClasses(report), classes);
+        const pulse_bus::State state = panelState(report, false, {u"en_US"_s, "UTC"});
+        QCOMPARE(::panelClasses(state), classes);
+        // What the bus carries for the panels that read it without waybar's classes.
+        QCOMPARE(state.tone, classes.value(0));
+        QCOMPARE(state.stale, classes.contains(u"stale"_s));
     }
 
     // One line of valid JSON whatever the title holds; waybar reads text as Pango markup.
@@ -104,8 +109,7 @@ private Q_SLOTS:
         QFETCH(QString, title);
         QFETCH(QString, text);
         const QJsonObject report{{u"title"_s, title}, {u"metric"_s, u"pnlTotal"_s}};
-        const QByteArray line =
-            ::waybarLine(report, QDateTime::currentDateTimeUtc(), false, {u"en_US"_s, "UTC"});
+        const QByteArray line = ::waybarLine(panelState(report, false, {u"en_US"_s, "UTC"}));
         QVERIFY(!line.contains('\n'));
         QJsonParseError error;
         const QJsonObject parsed = QJsonDocument::fromJson(line, &error).object();

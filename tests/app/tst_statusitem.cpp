@@ -9,6 +9,7 @@
 #include <QApplication>
 #include <QCursor>
 #include <QDBusArgument>
+#include <QDBusConnectionInterface>
 #include <QDBusPendingCall>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -152,7 +153,8 @@ private Q_SLOTS:
     }
 
     // Clicks arrive where the host says; a host that says (0, 0) gets the cursor's place. A
-    // panel that crashes and comes back finds the item registered with it again.
+    // panel that crashes and comes back finds the item registered with it again, and so does one
+    // that a shell extension showing the title had kept it from.
     void activationAndPanelRestart()
     {
         const auto d = desktop(u"M +1.0%"_s);
@@ -172,6 +174,16 @@ private Q_SLOTS:
         const QString service = d->item.serviceName();
         QCOMPARE(d->watcher.registrations(), (QStringList{service, service}));
         QCOMPARE(d->property(u"Title"_s), QVariant(u"M +1.0%"_s));
+
+        // A shell extension that shows the title itself: the item's name goes until it does.
+        QDBusConnection shell = d->watcher.connection();
+        const QString title = QString::fromLatin1(StatusNotifierItem::titleShownElsewhere);
+        QVERIFY(shell.registerService(title));
+        QTRY_VERIFY(!d->item.isVisible());
+        QTRY_VERIFY(!shell.interface()->isServiceRegistered(service).value());
+        QVERIFY(shell.unregisterService(title));
+        QTRY_VERIFY(d->item.isVisible());
+        QCOMPARE(d->watcher.registrations().size(), 3);
     }
     // Hosts that require a Menu get one: its entries carry the labels of the moment, a language
     // change reaches hosts that keep a copy, and the first entry toggles the quick panel.

@@ -144,22 +144,37 @@ private Q_SLOTS:
     }
 
     // Who owns the name, hand-over during a launch and the app's comings and goings are the
-    // end-to-end test's; here, what a change announces.
+    // end-to-end test's; here, what a change announces and what a client reads back.
     void onlyChangesAreAnnounced()
     {
         PulseBusWatcher watcher(connection());
         QSignalSpy changed(&watcher, &PulseBusWatcher::stateChanged);
         PulseBusService app(connection());
         QCOMPARE(app.claim(), PulseBusService::Claim::Owner);
-        app.publish(u"M +1.0%"_s, u"{}"_s);
-        app.publish(u"M +1.0%"_s, u"{}"_s); // nothing new
-        app.publish(u"M +1.0%"_s, u"{\"x\":1}"_s);
-        app.publish(u"M +2.0%"_s, u"{\"x\":1}"_s);
-        QTRY_COMPARE(changed.size(), 3);
-        // The first change carried both, the second only the status.
-        QCOMPARE(changed.at(0).at(0).value<std::optional<QString>>(), u"M +1.0%"_s);
-        QCOMPARE(changed.at(1).at(0).value<std::optional<QString>>(), std::nullopt);
-        QCOMPARE(changed.at(2).at(0).value<std::optional<QString>>(), u"M +2.0%"_s);
+        pulse_bus::State state{u"M +1.0%"_s, u"{}"_s, u"M +1.0%\nas of 2:30 PM"_s,
+                               u"gain"_s,    false,   u"book"_s};
+        app.publish(state);
+        app.publish(state); // nothing new
+        state.status = u"{\"x\":1}"_s;
+        state.stale = true;
+        app.publish(state);
+        QTRY_COMPARE(changed.size(), 2);
+        const auto names = [&changed](int i) { return changed.at(i).at(0).toMap().keys(); };
+        QCOMPARE(names(0), (QStringList{u"Title"_s, u"Tone"_s, u"ToolTip"_s}));
+        QCOMPARE(names(1), (QStringList{u"Stale"_s, u"Status"_s}));
+        // Read as a surface reads it; not blocking, as the service answers from this process.
+        QDBusMessage getAll =
+            QDBusMessage::createMethodCall(u"com.mireo.Pulse"_s, u"/com/mireo/Pulse"_s,
+                                           u"org.freedesktop.DBus.Properties"_s, u"GetAll"_s);
+        getAll << u"com.mireo.Pulse1"_s;
+        const QDBusPendingReply<QVariantMap> answer = connection().asyncCall(getAll);
+        QTRY_VERIFY(answer.isFinished());
+        pulse_bus::State read;
+        pulse_bus::applyProperties(read, answer.value());
+        QCOMPARE(
+            std::tuple(read.title, read.status, read.toolTip, read.tone, read.stale, read.metric),
+            std::tuple(state.title, state.status, state.toolTip, state.tone, state.stale,
+                       state.metric));
     }
 };
 

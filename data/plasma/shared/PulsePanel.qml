@@ -37,7 +37,7 @@ Item {
             id: title
             anchors.verticalCenter: parent.verticalCenter
             text: panel.pulse ? panel.pulse.text : Pulse.nothingKnown
-            textFormat: Text.StyledText
+            textFormat: Text.PlainText
             font.family: panel.font.family
             font.pixelSize: panel.font.pixelSize > 0 ? panel.font.pixelSize : 13
             font.weight: Font.DemiBold

@@ -63,7 +63,8 @@ QString entryFor(const QString &binaryPath)
 QString busServiceFor(const QString &binaryPath)
 {
     return QStringLiteral("[D-BUS Service]\nName=com.mireo.Pulse\nExec=") +
-           desktop_exec::quotedArgument(QFileInfo(binaryPath).absoluteFilePath()) + u'\n';
+           desktop_exec::quotedArgument(QFileInfo(binaryPath).absoluteFilePath()) + u' ' +
+           QLatin1StringView(desktop_exec::backgroundArgument) + u'\n';
 }
 
 bool registerForUser(const QString &binaryPath)

@@ -12,4 +12,8 @@ QString quotedArgument(const QString &argument);
 // quoted as above, then every backslash escaped once more, as in every string value.
 QString execArgument(const QString &argument);
 
+// What the launches that are not the user's (at login, by D-Bus activation) pass, so that one
+// that finds the app already running leaves quietly instead of toggling its panel.
+inline constexpr char backgroundArgument[] = "--background";
+
 } // namespace desktop_exec

@@ -2,11 +2,13 @@
 
 #include "app/UrlRouting.h"
 #include "platform/linux/FocusToken.h"
+#include "platform/linux/PulseBusClient.h"
 
 #include <QDBusAbstractAdaptor>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusReply>
+#include <QPoint>
 #include <QVariantMap>
 
 namespace {
@@ -67,15 +69,25 @@ class StateAdaptor : public QDBusAbstractAdaptor
     Q_CLASSINFO("D-Bus Interface", "com.mireo.Pulse1")
     Q_PROPERTY(QString Title READ title)
     Q_PROPERTY(QString Status READ status)
+    Q_PROPERTY(QString ToolTip READ toolTip)
+    Q_PROPERTY(QString Tone READ tone)
+    Q_PROPERTY(bool Stale READ stale)
+    Q_PROPERTY(QString Metric READ metric)
 public:
     explicit StateAdaptor(PulseBusService *service)
         : QDBusAbstractAdaptor(service), m_service(service)
     {
     }
-    QString title() const { return m_service->title(); }
-    QString status() const { return m_service->status(); }
+    QString title() const { return m_service->state().title; }
+    QString status() const { return m_service->state().status; }
+    QString toolTip() const { return m_service->state().toolTip; }
+    QString tone() const { return m_service->state().tone; }
+    bool stale() const { return m_service->state().stale; }
+    QString metric() const { return m_service->state().metric; }
 
 public Q_SLOTS:
+    // For a panel that shows the title itself (the GNOME Shell extension): a click on it.
+    void ActivateAt(int x, int y) { m_service->activateAt(QPoint(x, y)); }
     // What the popover's "Sign in" does, for scripts and launchers; refused while signed in.
     void BeginSignIn() { m_service->beginSignIn(); }
 
@@ -86,9 +98,12 @@ private:
 } // namespace
 
 PulseBusService::PulseBusService(QDBusConnection bus, QObject *parent)
-    : QObject(parent), m_bus(std::move(bus)), m_title(QStringLiteral("M\u00B7")),
-      m_status(QStringLiteral("{}"))
+    : QObject(parent), m_bus(std::move(bus)), m_state(std::make_unique<pulse_bus::State>())
 {
+    // Nothing known yet.
+    m_state->title = m_state->toolTip = QStringLiteral("M\u00B7");
+    m_state->status = QStringLiteral("{}");
+    m_state->metric = QStringLiteral("book");
     new ApplicationAdaptor(this, m_bus);
     new StateAdaptor(this);
 }
@@ -121,13 +136,21 @@ PulseBusService::Claim PulseBusService::claim()
     return reply.isValid() ? Claim::Taken : Claim::NoBus;
 }
 
-void PulseBusService::publish(const QString &title, const QString &status)
+void PulseBusService::publish(const pulse_bus::State &state)
 {
     QVariantMap changed;
-    if (title != m_title)
-        changed.insert(QStringLiteral("Title"), m_title = title);
-    if (status != m_status)
-        changed.insert(QStringLiteral("Status"), m_status = status);
+    const auto update = [&changed](const char *name, auto &member, const auto &value) {
+        if (member == value)
+            return;
+        member = value;
+        changed.insert(QLatin1StringView(name), QVariant::fromValue(value));
+    };
+    update("Title", m_state->title, state.title);
+    update("Status", m_state->status, state.status);
+    update("ToolTip", m_state->toolTip, state.toolTip);
+    update("Tone", m_state->tone, state.tone);
+    update("Stale", m_state->stale, state.stale);
+    update("Metric", m_state->metric, state.metric);
     if (changed.isEmpty() || !m_exported)
         return;
     QDBusMessage signal = QDBusMessage::createSignal(
@@ -140,6 +163,13 @@ void PulseBusService::publish(const QString &title, const QString &status)
 void PulseBusService::activate()
 {
     deliver(QString());
+}
+
+void PulseBusService::activateAt(QPoint point)
+{
+    // Only a finished launch has a popover; a click that came too early is not repeated.
+    if (m_launchFinished)
+        Q_EMIT popoverRequested(point);
 }
 
 void PulseBusService::beginSignIn()

@@ -4,8 +4,10 @@
 
 #include <QDBusConnection>
 #include <QObject>
+#include <QPoint>
 #include <QString>
 #include <QStringList>
+#include <memory>
 
 class QDBusMessage;
 
@@ -17,11 +19,12 @@ inline constexpr char serviceName[] = "com.mireo.Pulse";
 inline constexpr char objectPath[] = "/com/mireo/Pulse";
 inline constexpr char applicationInterface[] = "org.freedesktop.Application";
 inline constexpr char stateInterface[] = "com.mireo.Pulse1";
+struct State;
 } // namespace pulse_bus
 
 // The owner's side: org.freedesktop.Application (Activate, Open) and com.mireo.Pulse1 (Title,
-// Status, BeginSignIn) at /com/mireo/Pulse. Requests that arrive before launch has finished wait
-// for it.
+// Status, ToolTip, Tone, Stale, Metric; ActivateAt, BeginSignIn) at /com/mireo/Pulse. Requests
+// that arrive before launch has finished wait for it.
 class PulseBusService : public QObject
 {
     Q_OBJECT
@@ -44,15 +47,15 @@ public:
     Claim claim();
 
     // The state the properties show; what changed is announced with PropertiesChanged.
-    void publish(const QString &title, const QString &status);
-    QString title() const { return m_title; }
-    QString status() const { return m_status; }
+    void publish(const pulse_bus::State &state);
+    const pulse_bus::State &state() const { return *m_state; }
 
     // Delivers what waited, in order of arrival; later requests are delivered at once.
     void launchFinished();
 
     // From the bus adaptor.
     void activate();
+    void activateAt(QPoint point);
     void beginSignIn();
     // False when the call is refused as a whole; links that are not ours are dropped.
     bool open(const QStringList &uris);
@@ -61,6 +64,8 @@ Q_SIGNALS:
     // Before the request they came with: what lets the window it opens take the focus.
     void focusTokensReceived(const focus_token::Tokens &tokens);
     void activateRequested();
+    // A panel that shows the title itself was clicked at this point on screen.
+    void popoverRequested(QPoint point);
     void linkReceived(const QString &url);
     // Someone asks for the sign-in page; the app decides whether a sign-in may begin.
     void signInRequested();
@@ -72,6 +77,5 @@ private:
     bool m_exported = false;
     bool m_launchFinished = false;
     QStringList m_waiting;
-    QString m_title;
-    QString m_status;
+    std::unique_ptr<pulse_bus::State> m_state;
 };

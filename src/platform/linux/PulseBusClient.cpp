@@ -45,6 +45,21 @@ bool handOver(const QDBusConnection &bus, const QString &link, std::chrono::mill
     return reply.type() == QDBusMessage::ReplyMessage;
 }
 
+void applyProperties(State &state, const QVariantMap &properties)
+{
+    const auto take = [&properties](const char *name, auto &member, QMetaType::Type type) {
+        const QVariant value = properties.value(QLatin1StringView(name));
+        if (value.typeId() == type)
+            member = value.value<std::remove_reference_t<decltype(member)>>();
+    };
+    take("Title", state.title, QMetaType::QString);
+    take("Status", state.status, QMetaType::QString);
+    take("ToolTip", state.toolTip, QMetaType::QString);
+    take("Tone", state.tone, QMetaType::QString);
+    take("Stale", state.stale, QMetaType::Bool);
+    take("Metric", state.metric, QMetaType::QString);
+}
+
 std::optional<State> readState(const QDBusConnection &bus, std::chrono::milliseconds timeout)
 {
     if (!appIsRunning(bus))
@@ -58,7 +73,9 @@ std::optional<State> readState(const QDBusConnection &bus, std::chrono::millisec
     const QVariant status = reply.value().value(QStringLiteral("Status"));
     if (title.typeId() != QMetaType::QString || status.typeId() != QMetaType::QString)
         return std::nullopt;
-    return State{title.toString(), status.toString()};
+    State state;
+    applyProperties(state, reply.value());
+    return state;
 }
 
 } // namespace pulse_bus
@@ -84,16 +101,6 @@ PulseBusWatcher::PulseBusWatcher(QDBusConnection bus, QObject *parent)
 void PulseBusWatcher::propertiesChanged(const QString &interface, const QVariantMap &changed,
                                         const QStringList &)
 {
-    if (interface != QLatin1StringView(pulse_bus::stateInterface))
-        return;
-    const auto text = [&changed](const QString &name) -> std::optional<QString> {
-        const QVariant value = changed.value(name);
-        if (value.typeId() != QMetaType::QString)
-            return std::nullopt;
-        return value.toString();
-    };
-    const std::optional<QString> title = text(QStringLiteral("Title"));
-    const std::optional<QString> status = text(QStringLiteral("Status"));
-    if (title || status)
-        Q_EMIT stateChanged(title, status);
+    if (interface == QLatin1StringView(pulse_bus::stateInterface) && !changed.isEmpty())
+        Q_EMIT stateChanged(changed);
 }

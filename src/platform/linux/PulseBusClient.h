@@ -13,12 +13,21 @@
 // a nested event loop: nothing of the caller's runs in the middle of one.
 namespace pulse_bus {
 
-// What the app shows: its Title and Status properties.
+// What the app shows: its com.mireo.Pulse1 properties. The app decides them all, so every panel
+// shows the same tone, staleness and tool tip for a title.
 struct State
 {
     QString title;
-    QString status;
+    QString status;     // the status report as JSON text
+    QString toolTip;    // the summary, plain text, one fact a line
+    QString tone;       // "gain", "loss", or empty while the title has no number
+    bool stale = false; // the numbers behind the title are the offline cache
+    QString metric;
 };
+
+// Takes the members of a GetAll answer or a PropertiesChanged that have their bus type; others
+// are left as they were.
+void applyProperties(State &state, const QVariantMap &properties);
 
 // A status bar asks often and can wait for the next time; a launch waits longer.
 inline constexpr std::chrono::milliseconds defaultCallTimeout{3000};
@@ -49,8 +58,8 @@ public:
 Q_SIGNALS:
     void appStarted();
     void appStopped();
-    // Only the members that changed are set.
-    void stateChanged(const std::optional<QString> &title, const std::optional<QString> &status);
+    // The com.mireo.Pulse1 properties that changed; see applyProperties.
+    void stateChanged(const QVariantMap &changed);
 
 private Q_SLOTS:
     void propertiesChanged(const QString &interface, const QVariantMap &changed,

@@ -8,6 +8,7 @@
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
+#include <QDBusReply>
 #include <QStandardPaths>
 
 namespace {
@@ -31,7 +32,9 @@ StatusNotifierItem::StatusNotifierItem(const QDBusConnection &bus, QObject *pare
                                                     .arg(QCoreApplication::applicationPid())
                                                     .arg(nextInstance++)),
       m_iconName(themeIconName()), m_watcherOwner(QLatin1StringView(watcherService), bus,
-                                                  QDBusServiceWatcher::WatchForOwnerChange)
+                                                  QDBusServiceWatcher::WatchForOwnerChange),
+      m_titleOwner(QLatin1StringView(titleShownElsewhere), bus,
+                   QDBusServiceWatcher::WatchForOwnerChange)
 {
     sni::registerTypes();
     m_menu = new DBusMenu(
@@ -47,13 +50,24 @@ StatusNotifierItem::StatusNotifierItem(const QDBusConnection &bus, QObject *pare
             [this](int index) { Q_EMIT menuTriggered(menuEntries.at(index)); });
     m_adaptor = new StatusNotifierItemAdaptor(this);
     m_bus.registerObject(QLatin1StringView(itemPath), this, QDBusConnection::ExportAdaptors);
-    m_bus.registerService(m_service);
     connect(&m_watcherOwner, &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this](const QString &, const QString &, const QString &newOwner) {
                 setRegistered(false);
-                if (!newOwner.isEmpty())
+                if (!newOwner.isEmpty() && !m_withdrawn)
                     registerWithWatcher();
             });
+    connect(&m_titleOwner, &QDBusServiceWatcher::serviceOwnerChanged, this,
+            [this](const QString &, const QString &, const QString &newOwner) {
+                setWithdrawn(!newOwner.isEmpty());
+            });
+    if (m_bus.interface()) {
+        const QDBusReply<bool> shownElsewhere =
+            m_bus.interface()->isServiceRegistered(QLatin1StringView(titleShownElsewhere));
+        m_withdrawn = shownElsewhere.isValid() && shownElsewhere.value();
+    }
+    if (m_withdrawn)
+        return;
+    m_bus.registerService(m_service);
     registerWithWatcher();
 }
 
@@ -117,6 +131,22 @@ void StatusNotifierItem::registerWithWatcher()
                 if (!finished->isError())
                     setRegistered(true);
             });
+}
+
+// One title in the panel, not two: hosts drop an item whose name goes away, and take it back
+// when it registers again.
+void StatusNotifierItem::setWithdrawn(bool withdrawn)
+{
+    if (withdrawn == m_withdrawn)
+        return;
+    m_withdrawn = withdrawn;
+    if (withdrawn) {
+        m_bus.unregisterService(m_service);
+        setRegistered(false);
+        return;
+    }
+    m_bus.registerService(m_service);
+    registerWithWatcher();
 }
 
 void StatusNotifierItem::setRegistered(bool registered)

@@ -23,6 +23,8 @@ public:
     static constexpr auto watcherService = "org.kde.StatusNotifierWatcher";
     static constexpr auto watcherPath = "/StatusNotifierWatcher";
     static constexpr auto id = "mireo-pulse";
+    // Owned by a shell extension that shows the title itself; while it is, the item steps back.
+    static constexpr auto titleShownElsewhere = "com.mireo.Pulse.PanelTitle";
     // The widest title we expect, so the panel keeps a steady width as the number changes.
     static constexpr auto labelGuide = "M +000.0%";
 
@@ -50,6 +52,7 @@ Q_SIGNALS:
 private:
     void registerWithWatcher();
     void setRegistered(bool registered);
+    void setWithdrawn(bool withdrawn);
     void announceLabel();
 
     QDBusConnection m_bus;
@@ -57,7 +60,9 @@ private:
     QString m_title;
     QString m_iconName;
     bool m_registered = false;
+    bool m_withdrawn = false;
     StatusNotifierItemAdaptor *m_adaptor = nullptr;
     DBusMenu *m_menu = nullptr;
     QDBusServiceWatcher m_watcherOwner;
+    QDBusServiceWatcher m_titleOwner;
 };

@@ -32,7 +32,8 @@ QByteArray XdgAutostart::entryFor(const QString &executable)
                              "Name=Mireo Pulse\n"
                              "Comment=The pulse of your money in the panel\n"
                              "Exec=") +
-           desktop_exec::execArgument(executable).toUtf8() +
+           desktop_exec::execArgument(executable).toUtf8() + ' ' +
+           desktop_exec::backgroundArgument +
            QByteArrayLiteral("\n"
                              "Terminal=false\n"
                              "NoDisplay=true\n"
