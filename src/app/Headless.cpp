@@ -64,7 +64,10 @@ void afterFirstLoad(AppCore &core, std::function<void()> then)
 
 QByteArray unansweredLine(HeadlessOutput output)
 {
-    return surfaceLine(output, {PulseStore::titleFor(std::nullopt), QStringLiteral("{}")});
+    pulse_bus::State unanswered;
+    unanswered.title = PulseStore::titleFor(std::nullopt);
+    unanswered.status = QStringLiteral("{}");
+    return surfaceLine(output, unanswered);
 }
 
 int runHeadless(HeadlessOutput output)

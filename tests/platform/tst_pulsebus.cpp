@@ -4,6 +4,7 @@
 
 #include <QDBusMessage>
 #include <QDBusPendingCall>
+#include <QDBusPendingReply>
 #include <QSignalSpy>
 #include <QTest>
 
