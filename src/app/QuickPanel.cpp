@@ -3,7 +3,7 @@
 #include "app/PanelPlacement.h"
 #include "ui/ConfirmationSheet.h"
 
-#include <QGuiApplication>
+#include <QApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
@@ -69,7 +69,38 @@ void QuickPanel::toggle()
         m_content->setFocus(Qt::ActiveWindowFocusReason);
     else
         setFocus(Qt::ActiveWindowFocusReason);
+    // An open popover keeps every key to itself; the panel shown over it takes them.
+    if (QApplication::activePopupWidget())
+        grabKeyboard();
     Q_EMIT shown();
+}
+
+bool QuickPanel::event(QEvent *event)
+{
+    // Keys it holds arrive at the panel itself: they go on to the control with the focus, and
+    // come back here (Escape) only when that leaves them.
+    const bool key = event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease;
+    if (key && keyboardGrabber() == this && !m_passingKeyOn) {
+        QWidget *focused = focusWidget();
+        if (focused && focused != this) {
+            m_passingKeyOn = true;
+            QCoreApplication::sendEvent(focused, event);
+            m_passingKeyOn = false;
+            return true;
+        }
+    }
+    return QWidget::event(event);
+}
+
+void QuickPanel::hideEvent(QHideEvent *event)
+{
+    QWidget::hideEvent(event);
+    if (keyboardGrabber() != this)
+        return;
+    releaseKeyboard();
+    // The popover under it has the keys again, as when it opened.
+    if (QWidget *popup = QApplication::activePopupWidget(); popup && popup->windowHandle())
+        popup->windowHandle()->setKeyboardGrabEnabled(true);
 }
 
 void QuickPanel::paintEvent(QPaintEvent *)

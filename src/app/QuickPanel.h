@@ -5,8 +5,9 @@
 #include <optional>
 
 // The floating panel the hot key brings up in the middle of the screen: frameless, above other
-// windows, never in the task bar; it takes the keyboard and goes away on Escape or as soon as
-// it loses focus. Dragging its background moves it; it stays where it was put until hidden.
+// windows, never in the task bar; it takes the keyboard (also from an open popover) and goes
+// away on Escape or as soon as it loses focus. Dragging its background moves it; it stays where it
+// was put until hidden.
 class QuickPanel : public QWidget
 {
     Q_OBJECT
@@ -29,6 +30,8 @@ Q_SIGNALS:
     void shown();
 
 protected:
+    bool event(QEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void changeEvent(QEvent *event) override;
@@ -40,4 +43,5 @@ private:
     QPointer<QWidget> m_content;
     // While the background is dragged by hand: where the pointer holds the panel.
     std::optional<QPoint> m_grip;
+    bool m_passingKeyOn = false;
 };

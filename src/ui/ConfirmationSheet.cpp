@@ -87,6 +87,7 @@ void ConfirmationSheet::ask()
 {
     if (!isHidden())
         return;
+    m_askedFrom = window()->focusWidget();
     place();
     show();
     raise();
@@ -101,6 +102,11 @@ void ConfirmationSheet::answer(bool confirmed)
     if (isHidden())
         return;
     hide();
+    // The keyboard goes back where it was (the button that asked), not into the hidden sheet.
+    if (m_askedFrom && m_askedFrom->isVisible())
+        m_askedFrom->setFocus(Qt::OtherFocusReason);
+    else
+        parentWidget()->setFocus(Qt::OtherFocusReason);
     Q_EMIT answered(confirmed);
 }
 
@@ -150,6 +156,10 @@ bool ConfirmationSheet::focusNextPrevChild(bool)
 
 void ConfirmationSheet::keyPressEvent(QKeyEvent *event)
 {
+    if (isHidden()) {
+        QWidget::keyPressEvent(event);
+        return;
+    }
     // Escape cancels; any other key that no answer took goes no further than the sheet.
     if (event->key() == Qt::Key_Escape)
         answer(false);

@@ -2,6 +2,7 @@
 
 #include "ui/PulseMenuModel.h"
 
+#include <QPointer>
 #include <QWidget>
 
 class QPushButton;
@@ -48,6 +49,7 @@ private:
     ToneLabel *m_message;
     QPushButton *m_confirm;
     QPushButton *m_cancel;
+    QPointer<QWidget> m_askedFrom;
 };
 
 } // namespace ui

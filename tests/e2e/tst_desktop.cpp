@@ -72,6 +72,7 @@ class TestDesktop : public QObject
         env.insert(u"MIREO_SITE_URL"_s, m_standin.url().toString());
         env.insert(u"MIREO_SUPABASE_URL"_s, m_standin.url().toString());
         env.insert(u"MIREO_POLL_INTERVAL_MS"_s, u"200"_s);
+        env.insert(u"BROWSER"_s, u"true"_s); // the sign-in page opens nowhere
         return env;
     }
 
