@@ -124,9 +124,7 @@ private Q_SLOTS:
 
     void checks_data()
     {
-        QTest::addColumn<int>("status");
         QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<int>("delayMs");
         QTest::addColumn<QString>("notice");
         QTest::addColumn<std::optional<QString>>("available");
 
@@ -134,21 +132,15 @@ private Q_SLOTS:
         const QByteArray newer = feed(item("0.2.0", "0.2"));
         const QByteArray same = feed(item("0.1.0"));
         const QString failed = "offline — could not check for updates";
-        QTest::newRow("newer") << 200 << newer << 0 << "Version 0.2 is available." << V("0.2");
-        QTest::newRow("up to date")
-            << 200 << same << 0 << "You have the latest version (0.1.0)." << V();
-        // Failures keep what the earlier check found (0.3).
-        QTest::newRow("not XML") << 200 << QByteArray("not xml") << 0 << failed << V("0.3");
-        QTest::newRow("404") << 404 << newer << 0 << failed << V("0.3");
-        QTest::newRow("huge") << 200 << QByteArray(1536 * 1024, ' ') + newer << 0 << failed
-                              << V("0.3");
-        QTest::newRow("slow") << 200 << newer << 1500 << failed << V("0.3");
+        QTest::newRow("newer") << newer << "Version 0.2 is available." << V("0.2");
+        QTest::newRow("up to date") << same << "You have the latest version (0.1.0)." << V();
+        // A failure keeps what the earlier check found (0.3). Which answers fail is the HTTP
+        // client's: any failure takes this one path.
+        QTest::newRow("not XML") << QByteArray("not xml") << failed << V("0.3");
     }
     void checks()
     {
-        QFETCH(int, status);
         QFETCH(QByteArray, body);
-        QFETCH(int, delayMs);
         QFETCH(QString, notice);
         QFETCH(std::optional<QString>, available);
 
@@ -157,8 +149,7 @@ private Q_SLOTS:
         finish(c.checker.checkNow());
         QCOMPARE(c.checker.availableVersion(), std::optional<QString>("0.3"));
 
-        c.standin.server.overrideNext(appcastPath,
-                                      {.status = status, .body = body, .delayMs = delayMs});
+        c.standin.server.overrideNext(appcastPath, {.body = body});
         QSignalSpy checking(&c.checker, &UpdateChecker::checkingChanged);
         finish(c.checker.checkNow());
 

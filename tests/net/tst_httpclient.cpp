@@ -39,7 +39,7 @@ private Q_SLOTS:
         const QByteArray padded = json + QByteArray(1536 * 1024, ' ');
         QTest::newRow("200 empty") << 200 << QByteArray() << false << true << 200;
         QTest::newRow("over the size cap") << 200 << padded << false << false << 200;
-        QTest::newRow("401 keeps its status") << 401 << json << false << false << 401;
+        QTest::newRow("201 with a body is no success") << 201 << json << false << false << 201;
         // Half of this is still valid JSON, and Qt may end the cut reply without an error.
         QTest::newRow("cut mid-body, large")
             << 200 << json + QByteArray(200'000, ' ') << true << false << 200;
@@ -132,39 +132,23 @@ private Q_SLOTS:
         QCOMPARE(headers.contains("authorization"), !foreign);
     }
 
-    void redirectRules_data()
+    // Redirects never followed: down to http, without a location, or a status that is none.
+    // What is followed, to this origin or another, is postRedirects' and the fault matrix's.
+    void refusedRedirects_data()
     {
-        QTest::addColumn<QString>("from");
         QTest::addColumn<int>("status");
         QTest::addColumn<QByteArray>("location");
-        QTest::addColumn<QString>("to"); // empty: not followed
-        QTest::newRow("https to http")
-            << "https://a.example/x" << 302 << QByteArray("http://a.example/y") << QString();
-        QTest::newRow("https to https")
-            << "https://a.example/x" << 302 << QByteArray("https://b.example/y")
-            << "https://b.example/y";
-        QTest::newRow("relative") << "https://a.example/p/x" << 308 << QByteArray("../y?q=1")
-                                  << "https://a.example/y?q=1";
-        QTest::newRow("no location") << "https://a.example/x" << 302 << QByteArray() << QString();
-        QTest::newRow("not a redirect status")
-            << "https://a.example/x" << 300 << QByteArray("https://a.example/y") << QString();
+        QTest::newRow("https to http") << 302 << QByteArray("http://a.example/y");
+        QTest::newRow("no location") << 302 << QByteArray();
+        QTest::newRow("not a redirect status") << 300 << QByteArray("https://a.example/y");
     }
-    void redirectRules()
+    void refusedRedirects()
     {
-        QFETCH(QString, from);
         QFETCH(int, status);
         QFETCH(QByteArray, location);
-        QFETCH(QString, to);
         const net::HttpRequest request{
-            .url = QUrl(from), .headers = {{"Authorization", "Bearer t"}}, .body = {}};
-        const auto next = net::redirected(request, status, location, request.url);
-        QCOMPARE(next ? next->url : QUrl(), QUrl(to));
-        if (next) {
-            // Another host, or the same host on another scheme, is another origin.
-            QCOMPARE(next->headers.isEmpty(),
-                     next->url.adjusted(QUrl::RemovePath | QUrl::RemoveQuery) !=
-                         request.url.adjusted(QUrl::RemovePath | QUrl::RemoveQuery));
-        }
+            .url = QUrl(u"https://a.example/x"_s), .headers = {}, .body = {}};
+        QVERIFY(!net::redirected(request, status, location, request.url));
     }
 
     void destroyingTheClientFinishesWhatIsInFlight()

@@ -87,12 +87,9 @@ private Q_SLOTS:
         qputenv("MIREO_TEST_TAG", "first");
         QVERIFY(DesktopEntry::registerForUser(binary));
 
-        const QString entry =
-            QString::fromUtf8(read(dataHome() + u"/applications/com.mireo.Pulse.desktop"_s));
-        for (const QString &line :
-             {u"Exec=\""_s + binary + u"\" %u"_s, u"MimeType=x-scheme-handler/mireopulse;"_s,
-              u"DBusActivatable=true"_s})
-            QVERIFY2(entry.contains(u'\n' + line + u'\n'), qPrintable(line));
+        // The entry's other lines are the installed entry's, checked where it is installed.
+        QVERIFY(QString::fromUtf8(read(dataHome() + u"/applications/com.mireo.Pulse.desktop"_s))
+                    .contains(u"\nExec=\""_s + binary + u"\" %u\n"_s));
         // The bus starts this binary for a launcher's Activate or Open, as a launch that is not
         // the user's: one that loses a race for the name leaves quietly.
         QCOMPARE(read(dataHome() + u"/dbus-1/services/com.mireo.Pulse.service"_s),

@@ -1,4 +1,3 @@
-#include "base/Flexible.h"
 #include "net/HttpClient.h"
 #include "pulse/PulseStore.h"
 #include "settings/MireoConfig.h"
@@ -18,7 +17,6 @@ const QString statsPath = u"/api/public/stats"_s;
 const QByteArray goodRecord = R"({"has_data":true,"consolidated":{"return_pct":12.345,
     "return_vs_spy_pct":-1.25,"total_equity":112345.0},"accounts":[{"positions":2},{"positions":3}],
     "last_update":"2025-03-07T14:30:05.123Z"})";
-const QString offlineWithNumbers = u"offline \u2014 showing last known numbers"_s;
 
 QByteArray series(int length)
 {
@@ -82,20 +80,14 @@ class TestPulseStore : public QObject
 private Q_SLOTS:
     void init() { Defaults::shared().setString(u"app.language"_s, u"en"_s); }
 
-    void successPublishesCachesAndTrims()
+    // What a good refresh shows is tst_headless's, through the binary; here the cache under its
+    // fixed names (the settings file outlives a release), and the series cut to its last 30.
+    void successCachesAndTrims()
     {
         Rig rig;
         rig.standin.answer(statsPath, 200, series(45));
         PulseStore &store = rig.started();
-
-        QCOMPARE(store.returnPct(), 12.345);
-        QCOMPARE(store.vsSpyPct(), -1.25);
-        QCOMPARE(store.openPositions(), 5);
-        QCOMPARE(store.lastUpdate(), base::flexible(u"2025-03-07T14:30:05.123Z"));
-        QCOMPARE(store.fetchedAt(), rig.clock.now());
-        QCOMPARE(store.lastError(), std::nullopt);
         QCOMPARE(store.sparkline(), range(15, 45));
-        QCOMPARE(store.menuTitle(), u"M +12.3%"_s);
 
         rig.defaults.reopen();
         QCOMPARE(rig.defaults->date(u"cache.pulse.fetchedAt"_s), rig.clock.now());
@@ -106,39 +98,30 @@ private Q_SLOTS:
 
         const auto requests = rig.standin.server.requests();
         QCOMPARE(requests.size(), 2);
-        QCOMPARE(requests[0].path, trackRecordPath);
-        QCOMPARE(requests[1].path, statsPath);
         for (const auto &request : requests) {
             QCOMPARE(request.header("User-Agent"), "MireoDesktopNative/0.1");
             QVERIFY(request.header("Authorization").isNull());
         }
     }
 
-    // Which failures count, and the cache they leave, through the binary's eyes: the fault
-    // matrix. Here what it cannot see: a 2xx that is not 200, the time-out at its short limit,
-    // a record still being built, and lines in the language of the moment.
+    // Which failures count, the requests that follow and the cache they leave, through the
+    // binary's eyes: the fault matrix. Here what it cannot see: a record still being built,
+    // and lines in the language of the moment.
     void failureKeepsTheLastNumbers_data()
     {
-        QTest::addColumn<int>("status");
         QTest::addColumn<QByteArray>("record");
-        QTest::addColumn<int>("delayMs");
         QTest::addColumn<QString>("language");
         QTest::addColumn<QString>("line");
-        QTest::newRow("500") << 500 << goodRecord << 0 << "en" << offlineWithNumbers;
-        QTest::newRow("201 with a good body")
-            << 201 << goodRecord << 0 << "en" << offlineWithNumbers;
-        QTest::newRow("slower than the time-out")
-            << 200 << goodRecord << 1500 << "en" << offlineWithNumbers;
-        QTest::newRow("not JSON, pt") << 200 << "nope"_ba << 0 << "pt"
+        QTest::newRow("not JSON, pt") << "nope"_ba
+                                      << "pt"
                                       << "offline \u2014 a mostrar os \u00FAltimos n\u00FAmeros";
-        QTest::newRow("building") << 200 << R"({"has_data":false})"_ba << 0 << "en"
+        QTest::newRow("building") << R"({"has_data":false})"_ba
+                                  << "en"
                                   << "building the record";
     }
     void failureKeepsTheLastNumbers()
     {
-        QFETCH(int, status);
         QFETCH(QByteArray, record);
-        QFETCH(int, delayMs);
         QFETCH(QString, language);
         QFETCH(QString, line);
 
@@ -148,9 +131,7 @@ private Q_SLOTS:
         const auto fetchedAt = store.fetchedAt();
 
         Defaults::shared().setString(u"app.language"_s, language);
-        rig.standin.server.overrideNext(trackRecordPath,
-                                        {.status = status, .body = record, .delayMs = delayMs});
-        rig.standin.server.clearRequests();
+        rig.standin.server.overrideNext(trackRecordPath, {.body = record});
         rig.clock.set(rig.clock.now().addSecs(600));
         QVERIFY(rig.refreshAndSettle());
 
@@ -159,13 +140,6 @@ private Q_SLOTS:
         QCOMPARE(store.openPositions(), 5);
         QCOMPARE(store.fetchedAt(), fetchedAt);
         QCOMPARE(store.sparkline(), range(0, 5));
-        if (!line.startsWith(u"offline"))
-            return;
-        // No statistics request follows a failed record.
-        QCOMPARE(rig.standin.server.requests().size(), 1);
-        rig.defaults.reopen();
-        QCOMPARE(rig.defaults->date(u"cache.pulse.fetchedAt"_s), fetchedAt);
-        QCOMPARE(rig.defaults->number(u"cache.pulse.returnPct"_s), 12.345);
     }
 
     void recordWithoutConsolidatedClearsTheNumber()
@@ -184,26 +158,17 @@ private Q_SLOTS:
         QVERIFY(rig.defaults->date(u"cache.pulse.fetchedAt"_s));
     }
 
-    // A restart shows the cache at once, but only a cache that says when it was fetched.
-    void aRestartShowsTheCacheAtOnce()
+    // An offline restart shows the cache at once (tst_headless, through the binary), but only a
+    // cache that says when it was fetched.
+    void aCacheWithoutItsTimeIsNotShown()
     {
         Rig rig;
         rig.defaults->setNumber(u"cache.pulse.returnPct"_s, 4.0);
         QCOMPARE(rig.start(testing::refusingUrl()).returnPct(), std::nullopt);
-        rig.store.reset();
-        rig.started(R"({"has_data":true,"consolidated":{"return_pct":-0.0}})");
-        rig.store.reset();
-        rig.defaults.reopen();
-
-        // A second launch, offline: the cached numbers show before any answer, and stay.
-        PulseStore &again = rig.start(testing::refusingUrl());
-        QCOMPARE(again.menuTitle(), u"M +-0.0%"_s);
-        QCOMPARE(again.fetchedAt(), rig.clock.now());
-        QVERIFY(rig.settle());
-        QCOMPARE(again.lastError(), offlineWithNumbers);
-        QCOMPARE(again.menuTitle(), u"M +-0.0%"_s);
     }
 
+    // A new series shows once it has three values; a failed one leaves the old in place. The cut
+    // to 30 is above, a malformed series through the binary is the fault matrix's.
     void statsRules_data()
     {
         QTest::addColumn<int>("status");
@@ -213,10 +178,7 @@ private Q_SLOTS:
         const QList<double> before = range(100, 110);
         QTest::newRow("two values keep the old series") << 200 << series(2) << before;
         QTest::newRow("three values are enough") << 200 << series(3) << range(0, 3);
-        QTest::newRow("thirty-one lose the first") << 200 << series(31) << range(1, 31);
         QTest::newRow("failed stats are silent") << 500 << series(10) << before;
-        QTest::newRow("bad series is silent")
-            << 200 << QByteArray(R"({"sparkline":"x"})") << before;
     }
     void statsRules()
     {
@@ -258,7 +220,6 @@ private Q_SLOTS:
         QTest::newRow("zero") << QVariant(0.0) << "M +0.0%";
         QTest::newRow("negative zero") << QVariant(-0.0) << "M +-0.0%";
         QTest::newRow("rounds to negative zero") << QVariant(-0.04) << "M -0.0%";
-        QTest::newRow("rounds up past 100") << QVariant(99.95) << "M +100.0%";
         QTest::newRow("absent") << QVariant() << "M\u00B7";
     }
     void title()

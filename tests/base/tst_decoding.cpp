@@ -1,0 +1,214 @@
+#include "account/AccountRecords.h"
+#include "base/Flexible.h"
+#include "notify/TradeRecords.h"
+#include "pulse/TrackRecord.h"
+
+#include <QTest>
+#include <string>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+// What an account body decodes to, in one line: the open positions of a portfolio, the symbols
+// of the positions in their sorted order, today's decision's symbols ("-": none yet); or
+// "rejected".
+QString decoded(char kind, const QByteArray &body)
+{
+    QStringList symbols;
+    if (kind == 'p') {
+        if (const auto portfolio = decodePortfolio(body))
+            return QString::fromStdString(std::to_string(portfolio->openPositions()));
+    } else if (kind == 's') {
+        if (const auto positions = decodePositions(body)) {
+            QList<Position> sorted = positions->flattened();
+            sortPositions(sorted);
+            for (const Position &position : sorted)
+                symbols << position.id();
+            return symbols.join(u' ');
+        }
+    } else if (kind == 'w') {
+        if (const auto swing = decodeSwing(body))
+            return swing->decision() ? swing->decision()->symbols.join(u' ') : u"-"_s;
+    } else if (decodeTrades(body)) {
+        return u"trades"_s;
+    }
+    return u"rejected"_s;
+}
+} // namespace
+
+// The service's bodies decode strictly: one wrong member fails the whole body. Bodies that are
+// no JSON at all, empty or cut off are the fault matrix's, through the binary.
+class TestDecoding : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void flexibleTimestamps_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("utc"); // empty: must not parse
+
+        QTest::newRow("Z with millis")
+            << "2025-03-07T14:30:05.123Z" << u"2025-03-07T14:30:05.123Z"_s;
+        QTest::newRow("negative offset")
+            << "2025-03-07T09:30:05.123-05:00" << u"2025-03-07T14:30:05.123Z"_s;
+        QTest::newRow("positive offset crosses midnight")
+            << "2025-03-08T01:00:00.5+02:00" << u"2025-03-07T23:00:00.500Z"_s;
+        QTest::newRow("microseconds")
+            << "2025-03-07T14:30:05.123456Z" << u"2025-03-07T14:30:05.123Z"_s;
+        QTest::newRow("no fraction") << "2025-03-07T14:30:05Z" << QString();
+        QTest::newRow("no zone") << "2025-03-07T14:30:05.123" << QString();
+        QTest::newRow("offset without colon") << "2025-03-07T14:30:05.123+0000" << QString();
+        QTest::newRow("space for T") << "2025-03-07 14:30:05.123Z" << QString();
+        QTest::newRow("hour 24") << "2025-03-07T24:00:00.000Z" << QString();
+        QTest::newRow("30 February") << "2025-02-30T10:00:00.000Z" << QString();
+        QTest::newRow("empty dot") << "2025-03-07T14:30:05.Z" << QString();
+        QTest::newRow("trailing text") << "2025-03-07T14:30:05.123Zx" << QString();
+        QTest::newRow("offset cut short") << "2025-03-07T14:30:05.123+05:0" << QString();
+        QTest::newRow("minute 60 in offset") << "2025-03-07T14:30:05.123+05:60" << QString();
+        QTest::newRow("non-ASCII digits") << u"2025-03-07T14:30:05.\u0661Z"_s << QString();
+    }
+    void flexibleTimestamps()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, utc);
+        const auto parsed = base::flexible(text);
+        QCOMPARE(parsed ? base::isoUtcMillis(*parsed) : QString(), utc);
+    }
+
+    // Decoded as "hasData returnPct vsSpyPct positions lastUpdate", "-" where absent; empty
+    // when the body is refused.
+    void trackRecord_data()
+    {
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<QString>("decoded");
+
+        const QByteArray full = R"({"has_data":true,"consolidated":{"return_pct":12.345,
+            "return_vs_spy_pct":-1.5,"total_equity":112345.6},"accounts":[{"positions":3,
+            "name":"a"},{"positions":4}],"last_update":"2025-03-07T14:30:05.123Z","extra":[1]})";
+        QTest::newRow("full") << full << "true 12.345 -1.5 7 2025-03-07T14:30:05.123Z";
+        QTest::newRow("null and empty accounts sum what is there")
+            << R"({"accounts":[{"positions":2},{"positions":null},{}]})"_ba
+            << "false - - 2 -";
+        QTest::newRow("integral float is an integer")
+            << R"({"accounts":[{"positions":2.0},{"positions":1e1}]})"_ba
+            << "false - - 12 -";
+        QTest::newRow("nulls are absent")
+            << R"({"has_data":null,"consolidated":{"return_pct":null},"accounts":null,
+                "last_update":null})"_ba
+            << "false - - 0 -";
+        QTest::newRow("timestamp without fraction is absent, the rest kept")
+            << R"({"has_data":true,"consolidated":{"return_pct":1},
+                "last_update":"2025-03-07T14:30:05Z"})"_ba
+            << "true 1 - 0 -";
+
+        const auto broken = [](const char *name, const char *body) {
+            QTest::newRow(name) << QByteArray(body) << QString();
+        };
+        broken("fraction for an integer", R"({"accounts":[{"positions":2.5}]})");
+        broken("string for a number", R"({"consolidated":{"return_pct":"12.3"}})");
+        broken("number for a boolean", R"({"has_data":1})");
+        broken("number for a timestamp", R"({"last_update":1741357805})");
+        broken("unused equity still typed", R"({"consolidated":{"total_equity":"lots"}})");
+        broken("null account", R"({"accounts":[null]})");
+        broken("unsigned out of range", R"({"accounts":[{"positions":9223372036854775808}]})");
+        broken("integer out of range", R"({"accounts":[{"positions":1e19}]})");
+        broken("number too large for a double", R"({"consolidated":{"return_pct":1e400}})");
+        broken("bad UTF-8 in a string", "{\"last_update\":\"\xff\"}");
+        broken("top level array", "[]");
+    }
+    void trackRecord()
+    {
+        QFETCH(QByteArray, body);
+        QFETCH(QString, decoded);
+        const auto record = decodeTrackRecord(body);
+        QCOMPARE(record.has_value(), !decoded.isEmpty());
+        if (!record)
+            return;
+        const auto text = [](std::optional<double> v) {
+            return v ? QVariant(*v).toString() : u"-"_s;
+        };
+        const auto time = record->lastUpdateTime();
+        QCOMPARE(QStringList({record->hasData.value_or(false) ? u"true"_s : u"false"_s,
+                              text(record->returnPct()), text(record->vsSpyPct()),
+                              QVariant(record->openPositions()).toString(),
+                              time ? time->toString(Qt::ISODateWithMs) : u"-"_s})
+                     .join(u' '),
+                 decoded);
+    }
+
+    void stats_data()
+    {
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<int>("length"); // -1: no series, -2: refused
+
+        QTest::newRow("series") << QByteArray(R"({"sparkline":[1,2.5,-3]})") << 3;
+        QTest::newRow("empty object") << QByteArray("{}") << -1;
+        QTest::newRow("string inside") << QByteArray(R"({"sparkline":[1,"2"]})") << -2;
+        QTest::newRow("null inside") << QByteArray(R"({"sparkline":[1,null,3]})") << -2;
+    }
+    void stats()
+    {
+        QFETCH(QByteArray, body);
+        QFETCH(int, length);
+        const auto stats = decodeStats(body);
+        QCOMPARE(!stats ? -2 : stats->sparkline ? int(stats->sparkline->size()) : -1, length);
+    }
+
+    // Portfolio, poSitions, sWing or Trades; the type rules the track record shows are shared.
+    void accountBodies_data()
+    {
+        QTest::addColumn<char>("kind");
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<QString>("result");
+        const auto row = [](const char *name, char kind, const char *body,
+                            const QString &result = u"rejected"_s) {
+            QTest::newRow(name) << kind << QByteArray(body) << result;
+        };
+        row("portfolio: missing count adds 0", 'p',
+            R"({"accounts":[{"label":"A"},{"positions":4}]})", u"4"_s);
+        row("portfolio: totals null", 'p', R"({"accounts":[],"totals":null})", u"0"_s);
+        row("portfolio: no accounts", 'p', R"({"plan":"pro"})");
+        row("portfolio: count as string", 'p', R"({"accounts":[{"positions":"2"}]})");
+        row("portfolio: fractional count", 'p', R"({"accounts":[{"positions":2.5}]})");
+        row("portfolio: switch as number", 'p', R"({"accounts":[],"worker":{"killSwitch":1}})");
+        row("portfolio: equity as string", 'p', R"({"accounts":[],"totals":{"equity":"1"}})");
+        row("positions: by value across accounts, stable", 's',
+            R"({"accounts":[{"positions":[{"symbol":"A","marketValue":5},{"symbol":"B"},
+            {"symbol":"C","marketValue":12}]},{"positions":[{"symbol":"D","marketValue":5},
+            {"symbol":"E","marketValue":-1}]}]})",
+            u"C A D B E"_s);
+        row("positions: null value counts as 0", 's',
+            R"({"accounts":[{"positions":[{"symbol":"N","marketValue":null},
+            {"symbol":"P","marketValue":0.5}]}]})",
+            u"P N"_s);
+        row("positions: account without them", 's', R"({"accounts":[{}]})");
+        row("positions: value as string", 's',
+            R"({"accounts":[{"positions":[{"symbol":"A","unrealizedPl":"1"}]}]})");
+        row("swing: decision", 'w', R"({"decidedAt":"2025-03-07T15:15:00.000Z",
+            "signals":[{"symbol":"NVDA"},{"symbol":"AAPL","extra":1}]})",
+            u"NVDA AAPL"_s);
+        row("swing: decided, no trade", 'w',
+            R"({"decidedAt":"2025-03-07T15:15:00.000Z","signals":[]})", QString());
+        row("swing: no decision yet", 'w', R"({"signals":[]})", u"-"_s);
+        row("swing: decidedAt null", 'w', R"({"decidedAt":null,"signals":[]})", u"-"_s);
+        row("swing: signal without symbol", 'w', R"({"decidedAt":"x","signals":[{}]})");
+        row("swing: decidedAt as number", 'w', R"({"decidedAt":1,"signals":[]})");
+        row("trades: null trades", 't', R"({"trades":null})");
+        row("trades: one without symbol", 't', R"({"trades":[{"symbol":"X"},{"side":"b"}]})");
+        row("trades: null element", 't', R"({"trades":[null]})");
+        row("trades: price as text", 't', R"({"trades":[{"symbol":"X","fill_price":"1.5"}]})");
+        row("trades: unused status still typed", 't', R"({"trades":[{"symbol":"X","status":1}]})");
+        row("trades: keys are case-sensitive", 't', R"({"trades":[{"symbol":"X","filledAt":17}]})",
+            u"trades"_s);
+    }
+    void accountBodies()
+    {
+        QFETCH(char, kind);
+        QFETCH(QByteArray, body);
+        QFETCH(QString, result);
+        QCOMPARE(decoded(kind, body), result);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestDecoding)
+#include "tst_decoding.moc"
