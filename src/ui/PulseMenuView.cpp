@@ -3,6 +3,7 @@
 #include "account/AuthStore.h"
 #include "account/Browser.h"
 #include "base/Clock.h"
+#include "base/FixedDecimal.h"
 #include "base/Publish.h"
 #include "pulse/PulseStore.h"
 #include "settings/AppSettings.h"
@@ -17,6 +18,7 @@
 #include <QCoreApplication>
 #include <QMetaMethod>
 #include <QVBoxLayout>
+#include <cstdio>
 
 namespace ui {
 
@@ -95,6 +97,8 @@ void PulseMenuView::scheduleRender()
 void PulseMenuView::renderNow()
 {
     m_renderPending = false;
+    if (m_traceUpdates && isVisible())
+        m_sinceRender.start();
     const PulseMenuModel model = pulseMenuModel(currentInput());
     const BuiltMenu built = buildPulseMenu(model, actions());
 
@@ -201,9 +205,29 @@ void PulseMenuView::tickBadge()
             freshnessBadge(*m_badgeDate, m_services.clock.now(), L::isPT(), m_locale));
 }
 
+bool PulseMenuView::eventFilter(QObject *watched, QEvent *event)
+{
+    // A render that changes nothing paints nothing; a paint long after it has another cause.
+    if (event->type() == QEvent::Paint && m_sinceRender.isValid() && m_sinceRender.elapsed() < 50) {
+        // The widgets paint in the same pass; the next turn comes after the frame is out.
+        const QElapsedTimer rendered = m_sinceRender;
+        m_sinceRender.invalidate();
+        QTimer::singleShot(0, this, [rendered] {
+            const QByteArray line =
+                "popover updated in " +
+                base::fixedDecimal(double(rendered.nsecsElapsed()) / 1e6, 1).toUtf8() + " ms\n";
+            std::fwrite(line.constData(), 1, size_t(line.size()), stderr);
+        });
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
 void PulseMenuView::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
+    // The window paints the frame that the view's widgets are part of.
+    if (m_traceUpdates)
+        window()->installEventFilter(this);
     tickBadge();
     m_badgeTick.start();
 }

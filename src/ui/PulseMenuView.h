@@ -4,6 +4,7 @@
 #include "ui/PulseMenuModel.h"
 #include "ui/PulseMenuSections.h"
 
+#include <QElapsedTimer>
 #include <QPointer>
 #include <QTimer>
 #include <QUrl>
@@ -60,6 +61,7 @@ Q_SIGNALS:
     void rendered();
 
 protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
     void showEvent(QShowEvent *event) override;
     void hideEvent(QHideEvent *event) override;
 
@@ -90,6 +92,11 @@ private:
     std::optional<QDateTime> m_badgeDate;
     QTimer m_badgeTick;
     ConfirmationSheet *m_sheet;
+
+    // With MIREO_TRACE_POPOVER=1, how long an update of the shown view takes from the render to
+    // its painted frame (bench/run).
+    const bool m_traceUpdates = qEnvironmentVariable("MIREO_TRACE_POPOVER") == u"1";
+    QElapsedTimer m_sinceRender;
 };
 
 } // namespace ui
