@@ -11,7 +11,6 @@
 #include "ui/ConfirmationSheet.h"
 #include "ui/LoginItem.h"
 #include "ui/PulseMenuSections.h"
-#include "ui/Reconcile.h"
 #include "ui/Refresh.h"
 #include "ui/Widgets.h"
 
@@ -50,6 +49,10 @@ PulseMenuView::PulseMenuView(Services services, std::function<void()> onCheckUpd
     base::connectFieldChanges(m_services.pulse, this, render);
     base::connectFieldChanges(m_services.auth, this, render);
     base::connectFieldChanges(m_services.settings, this, render);
+
+    // Built once: renders bring it up to date in place.
+    m_column = new PulseMenuColumn(actions());
+    outer->addWidget(m_column);
 
     // A child, so that whoever holds the view can see whether the badge is ticking.
     m_badgeTick.setParent(this);
@@ -100,16 +103,7 @@ void PulseMenuView::renderNow()
     if (m_traceUpdates && isVisible())
         m_sinceRender.start();
     const PulseMenuModel model = pulseMenuModel(currentInput());
-    const BuiltMenu built = buildPulseMenu(model, actions());
-
-    // The first render puts the column in; later ones update it in place. Renders are queued,
-    // so this never runs inside a handler of a widget it may remove.
-    if (!m_content || !reconcile(m_content, built.content)) {
-        delete m_content;
-        m_content = built.content;
-        layout()->addWidget(m_content);
-    }
-    m_badge = m_content->findChild<FreshnessBadgeView *>(QStringLiteral("freshnessBadge"));
+    m_column->apply(model);
     m_badgeDate = model.personal.state == PersonalState::Account ? model.personal.account.badgeDate
                                                                  : std::nullopt;
     syncConfirmation(model);
@@ -200,8 +194,8 @@ void PulseMenuView::setLaunchAtLogin(bool on)
 
 void PulseMenuView::tickBadge()
 {
-    if (m_badge && m_badgeDate)
-        m_badge->setFreshness(
+    if (m_badgeDate)
+        m_column->badge()->setFreshness(
             freshnessBadge(*m_badgeDate, m_services.clock.now(), L::isPT(), m_locale));
 }
 

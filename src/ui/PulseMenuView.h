@@ -23,7 +23,6 @@ class Clock;
 namespace ui {
 
 class ConfirmationSheet;
-class FreshnessBadgeView;
 
 // The popover's content: the brand, the user's account, the public book and the footer. It owns
 // no data: it renders the stores and the settings on the next turn of the event loop after any
@@ -87,8 +86,7 @@ private:
     bool m_togglingAuto = false;
 
     bool m_renderPending = false;
-    QWidget *m_content = nullptr;
-    FreshnessBadgeView *m_badge = nullptr;
+    PulseMenuColumn *m_column = nullptr;
     std::optional<QDateTime> m_badgeDate;
     QTimer m_badgeTick;
     ConfirmationSheet *m_sheet;
