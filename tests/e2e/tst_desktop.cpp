@@ -493,8 +493,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(windows().isEmpty(), 10000);
     }
 
-    // Polls update the open popover in place: an open drop-down stays open on the item the
-    // keyboard moved to without choosing it yet, and the focus stays where it was.
+    // Polls update the open popover in place: a drop-down stays open on its item, the focus stays.
     void pollsLeaveWhatTheUserIsDoing()
     {
         const auto popover = openPopover();

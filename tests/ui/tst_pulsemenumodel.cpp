@@ -481,7 +481,6 @@ private Q_SLOTS:
         QTest::addColumn<QSizeF>("size");
         QTest::addColumn<PointList>("expected");
 
-        QTest::newRow("empty") << QList<double>{} << QSizeF(344, 26) << PointList{};
         QTest::newRow("flat lies on the bottom band")
             << QList<double>{5, 5} << QSizeF(344, 26) << PointList{{0, 24.7}, {344, 24.7}};
         QTest::newRow("highest 5 % below the top, lowest 5 % above the bottom")
