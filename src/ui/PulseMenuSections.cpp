@@ -1,420 +1,468 @@
 #include "ui/PulseMenuSections.h"
 
+#include "ui/MenuParts.h"
 #include "ui/SparklineView.h"
+#include "ui/Symbols.h"
 #include "ui/Widgets.h"
 
-#include <QAbstractButton>
 #include <QBoxLayout>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QPainter>
 #include <QPushButton>
 
 namespace ui {
 
-namespace {
-
 static_assert(menuSpill == SparklineView::inkMargin);
 
-class Divider : public QWidget
+class HeaderView : public QWidget
 {
 public:
-    Divider()
+    HeaderView()
+        : m_brand(textLabel(Tone::Primary, uiFont(11, QFont::Bold, 3))),
+          m_strapline(textLabel(Tone::Secondary, uiFont(9)))
     {
-        setFixedHeight(1);
-        setContentsMargins(menuSpill, 0, menuSpill, 0);
+        auto *box = hbox(6);
+        box->addWidget(new GoldDot(7));
+        box->addWidget(m_brand);
+        box->addStretch(1);
+        box->addWidget(m_strapline);
+        setLayout(box);
+        keepToColumn(this);
     }
 
-protected:
-    void paintEvent(QPaintEvent *) override
+    void apply(const PulseMenuModel &model)
     {
-        QColor color = palette().color(QPalette::WindowText);
-        color.setAlphaF(0.15f);
-        QPainter(this).fillRect(contentsRect(), color);
+        m_brand->setLine(model.brand);
+        m_strapline->setLine(model.strapline);
     }
+
+private:
+    ToneLabel *m_brand;
+    ToneLabel *m_strapline;
 };
 
-// Everything but the chart keeps to the column; the chart alone may spill past it.
-QWidget *inColumn(QWidget *section)
-{
-    if (QLayout *layout = section->layout())
-        layout->setContentsMargins(menuSpill, 0, menuSpill, 0);
-    else
-        section->setContentsMargins(menuSpill, 0, menuSpill, 0);
-    return section;
-}
-
-// A plain, unstyled button whose whole area reacts; its content is laid out inside it.
-class RowButton : public QAbstractButton
+// Signed out, loading, or the account's head and figures.
+class AccountView : public QWidget
 {
 public:
-    RowButton() { setCursor(Qt::PointingHandCursor); }
-    QSize sizeHint() const override { return layout() ? layout()->sizeHint() : QSize(); }
-
-protected:
-    void paintEvent(QPaintEvent *) override
+    explicit AccountView(const MenuActions &actions)
+        : m_prompt(textLabel(Tone::Secondary, uiFont(11), true)),
+          m_signIn(button("signIn", actions.signIn)), m_loading(new QWidget),
+          m_loadingText(textLabel(Tone::Primary, uiFont(11))), m_head(new QWidget),
+          m_title(sectionTitle()), m_badge(new FreshnessBadgeView),
+          m_pill(new PillView({}, Tone::Secondary)), m_pause(smallButton("pause", actions.pause)),
+          m_enable(smallButton("enable", actions.enable)),
+          m_noBrokerage(textLabel(Tone::Primary, uiFont(11), true)),
+          m_equity(new BaselineRow(8, uiFont(24, QFont::DemiBold), uiFont(13, QFont::Medium))),
+          m_figures(new QWidget), m_today(new SymbolLineView(11)),
+          m_positionCount(new SymbolLineView(11))
     {
-        if (!underMouse())
-            return;
-        QColor hover = palette().color(QPalette::WindowText);
-        hover.setAlphaF(0.06f);
-        QPainter(this).fillRect(rect(), hover);
-    }
-};
+        auto *column = vbox(8);
+        column->addWidget(m_prompt);
+        column->addWidget(m_signIn, 0, Qt::AlignLeft);
 
-QHBoxLayout *hbox(int spacing)
-{
-    auto *box = new QHBoxLayout;
-    box->setContentsMargins(0, 0, 0, 0);
-    box->setSpacing(spacing);
-    return box;
-}
-
-QVBoxLayout *vbox(int spacing)
-{
-    auto *box = new QVBoxLayout;
-    box->setContentsMargins(0, 0, 0, 0);
-    box->setSpacing(spacing);
-    return box;
-}
-
-ToneLabel *text(const QString &content, Tone tone, const QFont &font, bool wrap = false)
-{
-    auto *label = new ToneLabel(content, tone, font);
-    label->setWordWrap(wrap);
-    return label;
-}
-
-// A big figure and, optionally, a smaller text beside it, sharing the first text baseline.
-QHBoxLayout *baselineRow(int spacing, ToneLabel *big, ToneLabel *beside)
-{
-    auto *row = hbox(spacing);
-    row->addWidget(big, 0, Qt::AlignBottom);
-    if (beside) {
-        // Both sit on the row's bottom; lift the smaller text by the difference in descent.
-        const int lift =
-            QFontMetrics(big->font()).descent() - QFontMetrics(beside->font()).descent();
-        beside->setContentsMargins(0, 0, 0, std::max(0, lift));
-        row->addWidget(beside, 0, Qt::AlignBottom);
-    }
-    row->addStretch(1);
-    return row;
-}
-
-ToneLabel *sectionTitle(const QString &title)
-{
-    return text(title, Tone::Secondary, uiFont(9, QFont::DemiBold, 2));
-}
-
-QWidget *symbolLine(const SymbolLine &line, int points, bool wrap = false)
-{
-    auto *holder = new QWidget;
-    auto *box = hbox(4);
-    box->addWidget(new SymbolView(line.symbol, line.line.tone, points), 0, Qt::AlignTop);
-    box->addWidget(text(line.line.text, line.line.tone, uiFont(points), wrap), wrap ? 1 : 0);
-    holder->setLayout(box);
-    return holder;
-}
-
-QPushButton *button(const QString &label, const std::function<void()> &action, const char *name,
-                    bool enabled = true)
-{
-    auto *push = new QPushButton(label);
-    push->setObjectName(QString::fromLatin1(name));
-    push->setFont(uiFont(11));
-    push->setEnabled(enabled);
-    push->setAutoDefault(false);
-    QObject::connect(push, &QPushButton::clicked, push, [action] {
-        if (action)
-            action();
-    });
-    return push;
-}
-
-// A small control: the label at 10 points, with little padding.
-QPushButton *smallButton(const QString &label, const std::function<void()> &action,
-                         const char *name, bool enabled = true)
-{
-    auto *push = button(label, action, name, enabled);
-    push->setFont(uiFont(10));
-    push->setStyleSheet(QStringLiteral("QPushButton { padding: 2px 7px; }"));
-    return push;
-}
-
-QComboBox *pickerBox(const Picker &picker, const std::function<void(const QString &)> &choose,
-                     const char *name)
-{
-    auto *combo = new QComboBox;
-    combo->setObjectName(QString::fromLatin1(name));
-    combo->setFont(uiFont(10));
-    for (const Choice &choice : picker.choices)
-        combo->addItem(choice.label, choice.value);
-    combo->setCurrentIndex(picker.selected);
-    QObject::connect(combo, &QComboBox::activated, combo, [combo, choose](int index) {
-        if (choose)
-            choose(combo->itemData(index).toString());
-    });
-    return combo;
-}
-
-QWidget *header(const PulseMenuModel &model)
-{
-    auto *row = new QWidget;
-    auto *box = hbox(6);
-    box->addWidget(new GoldDot(7));
-    box->addWidget(text(model.brand, Tone::Primary, uiFont(11, QFont::Bold, 3)));
-    box->addStretch(1);
-    box->addWidget(text(model.strapline, Tone::Secondary, uiFont(9)));
-    row->setLayout(box);
-    return inColumn(row);
-}
-
-QWidget *positionRow(const PositionRow &position, const MenuActions &actions)
-{
-    auto *row = new RowButton;
-    row->setObjectName(QStringLiteral("positionRow"));
-    auto *box = hbox(8);
-    box->setContentsMargins(0, 1, 0, 1);
-    box->addWidget(text(position.symbol, Tone::Primary, uiFont(11, QFont::DemiBold)));
-    if (position.change)
-        box->addWidget(text(position.change->text, position.change->tone, uiFont(11)));
-    // The money column keeps to the right edge, after the symbol and its change.
-    box->addStretch(1);
-    auto *value = text(position.marketValue, Tone::Secondary, uiFont(10));
-    value->setMinimumWidth(58);
-    value->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-    box->addWidget(value);
-    row->setLayout(box);
-    for (QWidget *child : row->findChildren<QWidget *>())
-        child->setAttribute(Qt::WA_TransparentForMouseEvents);
-    QObject::connect(row, &QAbstractButton::clicked, row, [action = actions.openPortfolio] {
-        if (action)
-            action();
-    });
-    return row;
-}
-
-void addFigures(QVBoxLayout *column, const AccountBlock &block, const MenuActions &actions)
-{
-    column->addLayout(baselineRow(
-        8, text(block.equity, Tone::Primary, uiFont(24, QFont::DemiBold)),
-        block.equityChange
-            ? text(block.equityChange->text, block.equityChange->tone, uiFont(13, QFont::Medium))
-            : nullptr));
-
-    auto *todayRow = hbox(12);
-    if (block.today)
-        todayRow->addWidget(symbolLine(*block.today, 11));
-    todayRow->addWidget(symbolLine(block.positionCount, 11));
-    todayRow->addStretch(1);
-    column->addLayout(todayRow);
-
-    if (!block.positions.isEmpty()) {
-        auto *holder = new QWidget;
-        holder->setObjectName(QStringLiteral("positions"));
-        auto *list = vbox(0);
-        for (const PositionRow &position : block.positions)
-            list->addWidget(positionRow(position, actions));
-        holder->setLayout(list);
-        column->addWidget(holder);
-    }
-    if (block.morePositions)
-        column->addWidget(text(*block.morePositions, Tone::Secondary, uiFont(9)));
-}
-
-QWidget *accountBlock(const AccountBlock &block, const MenuActions &actions,
-                      FreshnessBadgeView *&badge)
-{
-    auto *holder = new QWidget;
-    auto *column = vbox(8);
-
-    auto *head = hbox(6);
-    head->addWidget(sectionTitle(block.title));
-    if (block.badge) {
-        badge = new FreshnessBadgeView;
-        badge->setObjectName(QStringLiteral("freshnessBadge"));
-        badge->setFreshness(*block.badge);
-        head->addWidget(badge);
-    }
-    head->addStretch(1);
-    auto *pill = new PillView(block.pill.text, block.pill.tone);
-    pill->setObjectName(QStringLiteral("autoPill"));
-    head->addWidget(pill);
-    if (block.autoButton) {
-        const bool pausing = block.autoControl == AutoControl::AutoOn;
-        head->addWidget(smallButton(block.autoButton->label,
-                                    pausing ? actions.pause : actions.enable,
-                                    pausing ? "pause" : "enable", block.autoButton->enabled));
-    }
-    column->addLayout(head);
-
-    if (block.noBrokerage)
-        column->addWidget(text(*block.noBrokerage, Tone::Primary, uiFont(11), true));
-    else
-        addFigures(column, block, actions);
-
-    if (block.decision)
-        column->addWidget(symbolLine(*block.decision, 11, true));
-    if (block.nextCycle)
-        column->addWidget(symbolLine(*block.nextCycle, 11, true));
-    if (block.closingLine)
-        column->addWidget(text(*block.closingLine, Tone::Secondary, uiFont(9)));
-    holder->setLayout(column);
-    return holder;
-}
-
-QWidget *personalSection(const PersonalSection &section, const MenuActions &actions,
-                         FreshnessBadgeView *&badge)
-{
-    auto *holder = new QWidget;
-    holder->setObjectName(QStringLiteral("personal"));
-    auto *column = vbox(8);
-    switch (section.state) {
-    case PersonalState::SignedOut:
-        column->addWidget(text(section.prompt, Tone::Secondary, uiFont(11), true));
-        column->addWidget(
-            button(section.signIn.label, actions.signIn, "signIn", section.signIn.enabled), 0,
-            Qt::AlignLeft);
-        break;
-    case PersonalState::Loading: {
-        auto *row = hbox(6);
+        auto *loading = hbox(6);
         auto *spinner = new SpinnerView(12);
         spinner->setObjectName(QStringLiteral("spinner"));
-        row->addWidget(spinner);
-        row->addWidget(text(section.loading, Tone::Primary, uiFont(11)));
-        row->addStretch(1);
-        column->addLayout(row);
-        break;
-    }
-    case PersonalState::Account:
-        column->addWidget(accountBlock(section.account, actions, badge));
-        break;
-    }
-    if (section.error) {
-        auto *error = text(section.error->text, section.error->tone, uiFont(10), true);
-        error->setObjectName(QStringLiteral("accountError"));
-        column->addWidget(error);
-    }
-    holder->setLayout(column);
-    return inColumn(holder);
-}
+        loading->addWidget(spinner);
+        loading->addWidget(m_loadingText);
+        loading->addStretch(1);
+        m_loading->setLayout(loading);
+        column->addWidget(m_loading);
 
-QWidget *publicSection(const PublicSection &section)
+        auto *head = hbox(6);
+        head->addWidget(m_title);
+        m_badge->setObjectName(QStringLiteral("freshnessBadge"));
+        head->addWidget(m_badge);
+        head->addStretch(1);
+        m_pill->setObjectName(QStringLiteral("autoPill"));
+        head->addWidget(m_pill);
+        head->addWidget(m_pause);
+        head->addWidget(m_enable);
+        m_head->setLayout(head);
+        column->addWidget(m_head);
+
+        column->addWidget(m_noBrokerage);
+        column->addWidget(m_equity);
+        auto *figures = hbox(12);
+        figures->addWidget(m_today);
+        figures->addWidget(m_positionCount);
+        figures->addStretch(1);
+        m_figures->setLayout(figures);
+        column->addWidget(m_figures);
+        setLayout(column);
+    }
+
+    FreshnessBadgeView *badge() const { return m_badge; }
+
+    void apply(const PersonalSection &section)
+    {
+        const bool signedOut = section.state == PersonalState::SignedOut;
+        m_prompt->setLine(section.prompt);
+        showButton(m_signIn, section.signIn);
+        m_prompt->setVisible(signedOut);
+        m_signIn->setVisible(signedOut);
+
+        m_loadingText->setLine(section.loading);
+        m_loading->setVisible(section.state == PersonalState::Loading);
+
+        const bool account = section.state == PersonalState::Account;
+        const AccountBlock &block = section.account;
+        m_title->setLine(block.title);
+        if (block.badge)
+            m_badge->setFreshness(*block.badge);
+        m_badge->setVisible(bool(block.badge));
+        m_pill->setPill(block.pill.text, block.pill.tone);
+        // Two buttons rather than one relabelled, so that each click does what its label says.
+        const bool pausing = block.autoControl == AutoControl::AutoOn;
+        if (block.autoButton)
+            showButton(pausing ? m_pause : m_enable, *block.autoButton);
+        m_pause->setVisible(block.autoButton && pausing);
+        m_enable->setVisible(block.autoButton && !pausing);
+        m_head->setVisible(account);
+
+        if (block.noBrokerage)
+            m_noBrokerage->setLine(*block.noBrokerage);
+        m_equity->apply({block.equity, Tone::Primary}, block.equityChange);
+        m_today->apply(block.today);
+        m_positionCount->apply(block.positionCount);
+        m_noBrokerage->setVisible(account && block.noBrokerage);
+        m_equity->setVisible(account && !block.noBrokerage);
+        m_figures->setVisible(account && !block.noBrokerage);
+    }
+
+private:
+    ToneLabel *m_prompt;
+    QPushButton *m_signIn;
+    QWidget *m_loading;
+    ToneLabel *m_loadingText;
+    QWidget *m_head;
+    ToneLabel *m_title;
+    FreshnessBadgeView *m_badge;
+    PillView *m_pill;
+    QPushButton *m_pause;
+    QPushButton *m_enable;
+    ToneLabel *m_noBrokerage;
+    BaselineRow *m_equity;
+    QWidget *m_figures;
+    SymbolLineView *m_today;
+    SymbolLineView *m_positionCount;
+};
+
+// The first positions, each a row that opens the portfolio, and how many more there are.
+class PositionsView : public QWidget
 {
-    auto *holder = new QWidget;
-    holder->setObjectName(QStringLiteral("public"));
-    auto *outer = vbox(0);
-    holder->setLayout(outer);
-    // The rows above the chart, inside the column.
-    auto *top = new QWidget;
-    auto *column = vbox(8);
-    top->setLayout(column);
-    outer->addWidget(inColumn(top));
-    column->addWidget(sectionTitle(section.title));
-    if (!section.bigReturn) {
-        column->addWidget(text(section.placeholder, Tone::Secondary, uiFont(11), true));
-        return holder;
+public:
+    explicit PositionsView(const MenuActions &actions)
+        : m_list(new QWidget), m_more(textLabel(Tone::Secondary, uiFont(9)))
+    {
+        auto *list = vbox(0);
+        for (qsizetype i = 0; i < shownPositions; ++i) {
+            m_rows.append(new PositionRowView(actions.openPortfolio));
+            list->addWidget(m_rows.constLast());
+        }
+        m_list->setObjectName(QStringLiteral("positions"));
+        m_list->setLayout(list);
+        auto *column = vbox(8);
+        column->addWidget(m_list);
+        column->addWidget(m_more);
+        setLayout(column);
     }
-    column->addLayout(baselineRow(
-        10, text(section.bigReturn->text, section.bigReturn->tone, uiFont(24, QFont::DemiBold)),
-        section.versusBenchmark ? text(*section.versusBenchmark, Tone::Primary, uiFont(11))
-                                : nullptr));
 
-    auto *facts = hbox(10);
-    facts->addWidget(symbolLine(section.ideasOpen, 10));
-    if (section.lastUpdate)
-        facts->addWidget(symbolLine(*section.lastUpdate, 10));
-    facts->addStretch(1);
-    column->addLayout(facts);
-
-    // The chart's frame keeps the column's spacing; its ink margin reaches into it.
-    if (section.sparkline) {
-        auto *chart = new SparklineView;
-        chart->setObjectName(QStringLiteral("sparkline"));
-        chart->setValues(*section.sparkline);
-        chart->setTone(section.sparklineTone);
-        chart->setChartSize({menuContentWidth, 26});
-        outer->addSpacing(8 - menuSpill);
-        outer->addWidget(chart);
+    // False when there is nothing to show.
+    bool apply(const AccountBlock &block)
+    {
+        for (qsizetype i = 0; i < m_rows.size(); ++i) {
+            if (i < block.positions.size())
+                m_rows[i]->apply(block.positions[i]);
+            m_rows[i]->setVisible(i < block.positions.size());
+        }
+        m_list->setVisible(!block.positions.isEmpty());
+        if (block.morePositions)
+            m_more->setLine(*block.morePositions);
+        m_more->setVisible(bool(block.morePositions));
+        return !block.positions.isEmpty() || block.morePositions;
     }
-    if (section.errorLine) {
-        outer->addSpacing(section.sparkline ? 8 - menuSpill : 8);
-        outer->addWidget(inColumn(text(*section.errorLine, Tone::Secondary, uiFont(9), true)));
-    }
-    return holder;
-}
 
-QWidget *footer(const Footer &f, const MenuActions &actions)
+private:
+    QWidget *m_list;
+    QList<PositionRowView *> m_rows;
+    ToneLabel *m_more;
+};
+
+// Today's decision, the next cycle and the market's close.
+class DecisionView : public QWidget
 {
-    auto *holder = new QWidget;
-    auto *column = vbox(6);
+public:
+    DecisionView()
+        : m_decision(new SymbolLineView(11, true)), m_nextCycle(new SymbolLineView(11, true)),
+          m_closing(textLabel(Tone::Secondary, uiFont(9)))
+    {
+        auto *column = vbox(8);
+        column->addWidget(m_decision);
+        column->addWidget(m_nextCycle);
+        column->addWidget(m_closing);
+        setLayout(column);
+    }
 
-    auto *commands = hbox(4);
-    commands->addWidget(smallButton(f.openMireo, actions.openHome, "openMireo"));
-    commands->addWidget(
-        smallButton(f.refresh.label, actions.refresh, "refresh", f.refresh.enabled));
-    commands->addStretch(1);
-    if (f.signOut)
-        commands->addWidget(smallButton(*f.signOut, actions.signOut, "signOut"));
-    commands->addWidget(smallButton(f.quit, actions.quit, "quit"));
-    column->addLayout(commands);
+    // False when there is nothing to show.
+    bool apply(const AccountBlock &block)
+    {
+        m_decision->apply(block.decision);
+        m_nextCycle->apply(block.nextCycle);
+        if (block.closingLine)
+            m_closing->setLine(*block.closingLine);
+        m_closing->setVisible(bool(block.closingLine));
+        return block.decision || block.nextCycle || block.closingLine;
+    }
 
-    if (f.showMetric) {
+private:
+    SymbolLineView *m_decision;
+    SymbolLineView *m_nextCycle;
+    ToneLabel *m_closing;
+};
+
+// The public book: its return, the facts under it, the chart and what went wrong.
+class PublicBookView : public QWidget
+{
+public:
+    PublicBookView()
+        : m_title(sectionTitle()), m_placeholder(textLabel(Tone::Secondary, uiFont(11), true)),
+          m_return(new BaselineRow(10, uiFont(24, QFont::DemiBold), uiFont(11))),
+          m_facts(new QWidget), m_ideasOpen(new SymbolLineView(10)),
+          m_lastUpdate(new SymbolLineView(10)), m_chartGap(new QSpacerItem(0, 0)),
+          m_chart(new SparklineView), m_errorGap(new QSpacerItem(0, 0)),
+          m_error(textLabel(Tone::Secondary, uiFont(9), true))
+    {
+        setObjectName(QStringLiteral("public"));
+        // The rows above the chart, inside the column.
+        auto *top = new QWidget;
+        auto *column = vbox(8);
+        column->addWidget(m_title);
+        column->addWidget(m_placeholder);
+        column->addWidget(m_return);
+        auto *facts = hbox(10);
+        facts->addWidget(m_ideasOpen);
+        facts->addWidget(m_lastUpdate);
+        facts->addStretch(1);
+        m_facts->setLayout(facts);
+        column->addWidget(m_facts);
+        top->setLayout(column);
+
+        auto *outer = vbox(0);
+        outer->addWidget(keepToColumn(top));
+        outer->addItem(m_chartGap);
+        m_chart->setObjectName(QStringLiteral("sparkline"));
+        m_chart->setChartSize({menuContentWidth, 26});
+        outer->addWidget(m_chart);
+        outer->addItem(m_errorGap);
+        outer->addWidget(keepToColumn(m_error));
+        setLayout(outer);
+    }
+
+    void apply(const PublicSection &section)
+    {
+        m_title->setLine(section.title);
+        m_placeholder->setLine(section.placeholder);
+        const bool figures = bool(section.bigReturn);
+        if (figures)
+            m_return->apply(*section.bigReturn,
+                            section.versusBenchmark
+                                ? std::optional<Line>({*section.versusBenchmark, Tone::Primary})
+                                : std::nullopt);
+        m_ideasOpen->apply(section.ideasOpen);
+        m_lastUpdate->apply(section.lastUpdate);
+        if (section.sparkline)
+            m_chart->setValues(*section.sparkline);
+        m_chart->setTone(section.sparklineTone);
+        if (section.errorLine)
+            m_error->setLine(*section.errorLine);
+
+        // Without a return only the placeholder shows under the title.
+        const bool chart = figures && section.sparkline;
+        const bool error = figures && section.errorLine;
+        m_placeholder->setVisible(!figures);
+        m_return->setVisible(figures);
+        m_facts->setVisible(figures);
+        m_chart->setVisible(chart);
+        m_error->setVisible(error);
+        // The chart's frame keeps the column's spacing; its ink margin reaches into it.
+        const int chartGap = chart ? 8 - menuSpill : 0;
+        const int errorGap = error ? (chart ? 8 - menuSpill : 8) : 0;
+        if (m_chartGap->sizeHint().height() != chartGap ||
+            m_errorGap->sizeHint().height() != errorGap) {
+            m_chartGap->changeSize(0, chartGap, QSizePolicy::Minimum, QSizePolicy::Fixed);
+            m_errorGap->changeSize(0, errorGap, QSizePolicy::Minimum, QSizePolicy::Fixed);
+            layout()->invalidate();
+        }
+    }
+
+private:
+    ToneLabel *m_title;
+    ToneLabel *m_placeholder;
+    BaselineRow *m_return;
+    QWidget *m_facts;
+    SymbolLineView *m_ideasOpen;
+    SymbolLineView *m_lastUpdate;
+    QSpacerItem *m_chartGap;
+    SparklineView *m_chart;
+    QSpacerItem *m_errorGap;
+    ToneLabel *m_error;
+};
+
+// The commands, the menu bar's metric, start at login, the language and the updates.
+class FooterView : public QWidget
+{
+public:
+    explicit FooterView(const MenuActions &actions)
+        : m_openMireo(smallButton("openMireo", actions.openHome)),
+          m_refresh(smallButton("refresh", actions.refresh)),
+          m_signOut(smallButton("signOut", actions.signOut)),
+          m_quit(smallButton("quit", actions.quit)), m_metricRow(new QWidget),
+          m_metricLabel(textLabel(Tone::Primary, uiFont(10))),
+          m_metric(picker("metricPicker", actions.setMetric)), m_startAtLogin(new QCheckBox),
+          m_language(picker("languagePicker", actions.setLanguage)),
+          m_updates(button("updates", actions.checkUpdates, 10)),
+          m_shortcut(textLabel(Tone::Secondary, uiFont(9)))
+    {
+        auto *commands = hbox(4);
+        commands->addWidget(m_openMireo);
+        commands->addWidget(m_refresh);
+        commands->addStretch(1);
+        commands->addWidget(m_signOut);
+        commands->addWidget(m_quit);
+
         auto *metric = hbox(6);
-        metric->addWidget(text(f.metricLabel, Tone::Primary, uiFont(10)));
-        metric->addWidget(pickerBox(f.metric, actions.setMetric, "metricPicker"));
+        metric->addWidget(m_metricLabel);
+        metric->addWidget(m_metric);
         metric->addStretch(1);
-        column->addLayout(metric);
+        m_metricRow->setLayout(metric);
+
+        m_startAtLogin->setObjectName(QStringLiteral("startAtLogin"));
+        m_startAtLogin->setFont(uiFont(10));
+        // Clicks only: the box mirroring the state it is given asks for nothing.
+        QObject::connect(m_startAtLogin, &QCheckBox::clicked, m_startAtLogin,
+                         [action = actions.setLaunchAtLogin](bool on) {
+                             if (action)
+                                 action(on);
+                         });
+        m_updates->setFlat(true);
+        m_updates->setCursor(Qt::PointingHandCursor);
+        m_updates->setStyleSheet(
+            QStringLiteral("QPushButton { border: none; padding: 0; color: palette(link); }"));
+        auto *preferences = hbox(6);
+        preferences->addWidget(m_startAtLogin);
+        preferences->addWidget(m_language);
+        preferences->addStretch(1);
+        preferences->addWidget(m_updates);
+        preferences->addWidget(m_shortcut);
+
+        auto *column = vbox(6);
+        column->addLayout(commands);
+        column->addWidget(m_metricRow);
+        column->addLayout(preferences);
+        setLayout(column);
+        keepToColumn(this);
     }
 
-    auto *preferences = hbox(6);
-    auto *login = new QCheckBox(f.startAtLogin);
-    login->setObjectName(QStringLiteral("startAtLogin"));
-    login->setFont(uiFont(10));
-    login->setChecked(f.launchAtLogin);
-    QObject::connect(login, &QCheckBox::toggled, login,
-                     [action = actions.setLaunchAtLogin](bool on) {
-                         if (action)
-                             action(on);
-                     });
-    preferences->addWidget(login);
-    preferences->addWidget(pickerBox(f.language, actions.setLanguage, "languagePicker"));
-    preferences->addStretch(1);
-    if (f.updates) {
-        auto *updates = smallButton(*f.updates, actions.checkUpdates, "updates");
-        updates->setFlat(true);
-        updates->setCursor(Qt::PointingHandCursor);
-        updates->setStyleSheet(
-            QStringLiteral("QPushButton { border: none; padding: 0; color: palette(link); }"));
-        preferences->addWidget(updates);
+    void apply(const Footer &f)
+    {
+        showButton(m_openMireo, {f.openMireo});
+        showButton(m_refresh, f.refresh);
+        if (f.signOut)
+            showButton(m_signOut, {*f.signOut});
+        m_signOut->setVisible(bool(f.signOut));
+        showButton(m_quit, {f.quit});
+
+        m_metricLabel->setLine(f.metricLabel);
+        showPicker(m_metric, f.metric);
+        m_metricRow->setVisible(f.showMetric);
+
+        if (m_startAtLogin->text() != f.startAtLogin)
+            m_startAtLogin->setText(f.startAtLogin);
+        m_startAtLogin->setChecked(f.launchAtLogin);
+        showPicker(m_language, f.language);
+        if (f.updates)
+            showButton(m_updates, {*f.updates});
+        m_updates->setVisible(bool(f.updates));
+        m_shortcut->setLine(f.shortcut);
     }
-    preferences->addWidget(text(f.shortcut, Tone::Secondary, uiFont(9)));
-    column->addLayout(preferences);
-    holder->setLayout(column);
-    return inColumn(holder);
+
+private:
+    QPushButton *m_openMireo;
+    QPushButton *m_refresh;
+    QPushButton *m_signOut;
+    QPushButton *m_quit;
+    QWidget *m_metricRow;
+    ToneLabel *m_metricLabel;
+    QComboBox *m_metric;
+    QCheckBox *m_startAtLogin;
+    QComboBox *m_language;
+    QPushButton *m_updates;
+    ToneLabel *m_shortcut;
+};
+
+PulseMenuColumn::PulseMenuColumn(const MenuActions &actions, QWidget *parent)
+    : QWidget(parent), m_header(new HeaderView), m_account(new AccountView(actions)),
+      m_positions(new PositionsView(actions)), m_decision(new DecisionView),
+      m_accountError(textLabel(Tone::Warning, uiFont(10), true)), m_public(new PublicBookView),
+      m_footer(new FooterView(actions))
+{
+    setFixedWidth(menuContentWidth + 2 * menuSpill);
+    // Whatever the state, the account's error shows under it.
+    auto *personal = new QWidget;
+    personal->setObjectName(QStringLiteral("personal"));
+    auto *personalColumn = vbox(8);
+    personalColumn->addWidget(m_account);
+    personalColumn->addWidget(m_positions);
+    personalColumn->addWidget(m_decision);
+    m_accountError->setObjectName(QStringLiteral("accountError"));
+    personalColumn->addWidget(m_accountError);
+    personal->setLayout(personalColumn);
+
+    auto *column = vbox(10);
+    column->addWidget(m_header);
+    column->addWidget(keepToColumn(personal));
+    column->addWidget(new Divider);
+    column->addWidget(m_public);
+    column->addWidget(new Divider);
+    column->addWidget(m_footer);
+    setLayout(column);
 }
 
-} // namespace
-
-BuiltMenu buildPulseMenu(const PulseMenuModel &model, const MenuActions &actions)
+FreshnessBadgeView *PulseMenuColumn::badge() const
 {
-    BuiltMenu built;
-    built.content = new QWidget;
-    const int width = menuContentWidth + 2 * menuSpill;
-    built.content->setFixedWidth(width);
-    auto *column = vbox(10);
-    column->addWidget(header(model));
-    column->addWidget(personalSection(model.personal, actions, built.badge));
-    column->addWidget(new Divider);
-    column->addWidget(publicSection(model.publicBook));
-    column->addWidget(new Divider);
-    column->addWidget(footer(model.footer, actions));
-    built.content->setLayout(column);
-    // Wrapped texts need the column's width to know their height.
-    QWidget *content = built.content;
-    content->setFixedHeight(content->hasHeightForWidth() ? content->heightForWidth(width)
-                                                         : content->sizeHint().height());
-    return built;
+    return m_account->badge();
+}
+
+void PulseMenuColumn::apply(const PulseMenuModel &model)
+{
+    m_header->apply(model);
+    const PersonalSection &personal = model.personal;
+    m_account->apply(personal);
+    // Positions come with the account's figures; the decision with any account.
+    const bool account = personal.state == PersonalState::Account;
+    const bool positions = m_positions->apply(personal.account);
+    m_positions->setVisible(account && !personal.account.noBrokerage && positions);
+    const bool decision = m_decision->apply(personal.account);
+    m_decision->setVisible(account && decision);
+    if (personal.error)
+        m_accountError->setLine(personal.error->text, personal.error->tone);
+    m_accountError->setVisible(bool(personal.error));
+    m_public->apply(model.publicBook);
+    m_footer->apply(model.footer);
+    fitHeight();
+}
+
+void PulseMenuColumn::fitHeight()
+{
+    // Wrapped texts need the column's width to know their height. The layouts keep the sizes
+    // they last measured until the event loop lays them out again, so all are asked afresh.
+    for (QWidget *widget : findChildren<QWidget *>())
+        widget->updateGeometry();
+    for (QLayout *layout : findChildren<QLayout *>())
+        layout->invalidate();
+    setFixedHeight(hasHeightForWidth() ? heightForWidth(width()) : sizeHint().height());
 }
 
 } // namespace ui

@@ -3,15 +3,22 @@
 #include "ui/PulseMenuModel.h"
 
 #include <QString>
+#include <QWidget>
 #include <functional>
-
-class QWidget;
 
 namespace ui {
 
+class AccountView;
+class DecisionView;
+class FooterView;
 class FreshnessBadgeView;
+class HeaderView;
+class PositionsView;
+class PublicBookView;
+class ToneLabel;
 
-// What the popover's controls do; the view fills these in.
+// What the popover's controls do; the view fills these in. They are wired once, when the
+// column is built, so they act on the view's state as it is when clicked.
 struct MenuActions
 {
     std::function<void()> signIn;
@@ -28,15 +35,30 @@ struct MenuActions
     std::function<void(bool)> setLaunchAtLogin;
 };
 
-struct BuiltMenu
+// The popover's column at its fixed width (plus the spill on each side). Its sections are built
+// once; `apply` brings each up to the model in place, showing and hiding what the model adds
+// and leaves out, so an open drop-down, the focus and the pointer's row outlive every update.
+class PulseMenuColumn : public QWidget
 {
-    QWidget *content = nullptr;
-    FreshnessBadgeView *badge = nullptr; // the account's freshness badge, if shown
-};
+public:
+    explicit PulseMenuColumn(const MenuActions &actions = {}, QWidget *parent = nullptr);
 
-// The popover's column at its fixed width (plus the spill on each side) and the height its
-// texts need, built from the model.
-BuiltMenu buildPulseMenu(const PulseMenuModel &model, const MenuActions &actions);
+    // Shows `model`, at the height its texts need.
+    void apply(const PulseMenuModel &model);
+    // The account's freshness badge; hidden while the model has none.
+    FreshnessBadgeView *badge() const;
+
+private:
+    void fitHeight();
+
+    HeaderView *m_header;
+    AccountView *m_account;
+    PositionsView *m_positions;
+    DecisionView *m_decision;
+    ToneLabel *m_accountError;
+    PublicBookView *m_public;
+    FooterView *m_footer;
+};
 
 inline constexpr int menuContentWidth = 344;
 inline constexpr int menuPadding = 14;

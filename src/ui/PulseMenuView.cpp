@@ -3,6 +3,7 @@
 #include "account/AuthStore.h"
 #include "account/Browser.h"
 #include "base/Clock.h"
+#include "base/FixedDecimal.h"
 #include "base/Publish.h"
 #include "pulse/PulseStore.h"
 #include "settings/AppSettings.h"
@@ -10,13 +11,13 @@
 #include "ui/ConfirmationSheet.h"
 #include "ui/LoginItem.h"
 #include "ui/PulseMenuSections.h"
-#include "ui/Reconcile.h"
 #include "ui/Refresh.h"
 #include "ui/Widgets.h"
 
 #include <QCoreApplication>
 #include <QMetaMethod>
 #include <QVBoxLayout>
+#include <cstdio>
 
 namespace ui {
 
@@ -48,6 +49,10 @@ PulseMenuView::PulseMenuView(Services services, std::function<void()> onCheckUpd
     base::connectFieldChanges(m_services.pulse, this, render);
     base::connectFieldChanges(m_services.auth, this, render);
     base::connectFieldChanges(m_services.settings, this, render);
+
+    // Built once: renders bring it up to date in place.
+    m_column = new PulseMenuColumn(actions());
+    outer->addWidget(m_column);
 
     // A child, so that whoever holds the view can see whether the badge is ticking.
     m_badgeTick.setParent(this);
@@ -95,17 +100,10 @@ void PulseMenuView::scheduleRender()
 void PulseMenuView::renderNow()
 {
     m_renderPending = false;
+    if (m_traceUpdates && isVisible())
+        m_sinceRender.start();
     const PulseMenuModel model = pulseMenuModel(currentInput());
-    const BuiltMenu built = buildPulseMenu(model, actions());
-
-    // The first render puts the column in; later ones update it in place. Renders are queued,
-    // so this never runs inside a handler of a widget it may remove.
-    if (!m_content || !reconcile(m_content, built.content)) {
-        delete m_content;
-        m_content = built.content;
-        layout()->addWidget(m_content);
-    }
-    m_badge = m_content->findChild<FreshnessBadgeView *>(QStringLiteral("freshnessBadge"));
+    m_column->apply(model);
     m_badgeDate = model.personal.state == PersonalState::Account ? model.personal.account.badgeDate
                                                                  : std::nullopt;
     syncConfirmation(model);
@@ -196,14 +194,34 @@ void PulseMenuView::setLaunchAtLogin(bool on)
 
 void PulseMenuView::tickBadge()
 {
-    if (m_badge && m_badgeDate)
-        m_badge->setFreshness(
+    if (m_badgeDate)
+        m_column->badge()->setFreshness(
             freshnessBadge(*m_badgeDate, m_services.clock.now(), L::isPT(), m_locale));
+}
+
+bool PulseMenuView::eventFilter(QObject *watched, QEvent *event)
+{
+    // A render that changes nothing paints nothing; a paint long after it has another cause.
+    if (event->type() == QEvent::Paint && m_sinceRender.isValid() && m_sinceRender.elapsed() < 50) {
+        // The widgets paint in the same pass; the next turn comes after the frame is out.
+        const QElapsedTimer rendered = m_sinceRender;
+        m_sinceRender.invalidate();
+        QTimer::singleShot(0, this, [rendered] {
+            const QByteArray line =
+                "popover updated in " +
+                base::fixedDecimal(double(rendered.nsecsElapsed()) / 1e6, 1).toUtf8() + " ms\n";
+            std::fwrite(line.constData(), 1, size_t(line.size()), stderr);
+        });
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 void PulseMenuView::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
+    // The window paints the frame that the view's widgets are part of.
+    if (m_traceUpdates)
+        window()->installEventFilter(this);
     tickBadge();
     m_badgeTick.start();
 }

@@ -4,6 +4,7 @@
 #include "ui/PulseMenuModel.h"
 #include "ui/PulseMenuSections.h"
 
+#include <QElapsedTimer>
 #include <QPointer>
 #include <QTimer>
 #include <QUrl>
@@ -22,7 +23,6 @@ class Clock;
 namespace ui {
 
 class ConfirmationSheet;
-class FreshnessBadgeView;
 
 // The popover's content: the brand, the user's account, the public book and the footer. It owns
 // no data: it renders the stores and the settings on the next turn of the event loop after any
@@ -60,6 +60,7 @@ Q_SIGNALS:
     void rendered();
 
 protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
     void showEvent(QShowEvent *event) override;
     void hideEvent(QHideEvent *event) override;
 
@@ -85,11 +86,15 @@ private:
     bool m_togglingAuto = false;
 
     bool m_renderPending = false;
-    QWidget *m_content = nullptr;
-    FreshnessBadgeView *m_badge = nullptr;
+    PulseMenuColumn *m_column = nullptr;
     std::optional<QDateTime> m_badgeDate;
     QTimer m_badgeTick;
     ConfirmationSheet *m_sheet;
+
+    // With MIREO_TRACE_POPOVER=1, how long an update of the shown view takes from the render to
+    // its painted frame (bench/run).
+    const bool m_traceUpdates = qEnvironmentVariable("MIREO_TRACE_POPOVER") == u"1";
+    QElapsedTimer m_sinceRender;
 };
 
 } // namespace ui

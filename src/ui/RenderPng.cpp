@@ -6,7 +6,7 @@
 
 namespace ui {
 
-bool renderWidgetToPng(QWidget &widget, const QString &path)
+QImage renderWidget(QWidget &widget)
 {
     widget.ensurePolished();
     if (QLayout *layout = widget.layout())
@@ -14,7 +14,12 @@ bool renderWidgetToPng(QWidget &widget, const QString &path)
     widget.adjustSize();
     // Windows paint their own background; a widget on its own needs it filled.
     widget.setAutoFillBackground(true);
-    return widget.grab().save(path, "PNG");
+    return widget.grab().toImage();
+}
+
+bool renderWidgetToPng(QWidget &widget, const QString &path)
+{
+    return renderWidget(widget).save(path, "PNG");
 }
 
 } // namespace ui

@@ -32,8 +32,6 @@ public:
 
     void setValues(const QList<double> &values);
     void setTone(Tone tone);
-    const QList<double> &values() const { return m_values; }
-    Tone tone() const { return m_tone; }
 
 protected:
     void paintEvent(QPaintEvent *event) override;

@@ -20,8 +20,6 @@ class SymbolView : public QWidget
 public:
     // `size` in points: the height of the text it stands beside.
     SymbolView(Symbol symbol, Tone tone, int size, QWidget *parent = nullptr);
-    Symbol symbol() const { return m_symbol; }
-    Tone tone() const { return m_tone; }
     void setSymbol(Symbol symbol, Tone tone);
 
 protected:

@@ -38,10 +38,14 @@ ToneLabel::ToneLabel(const QString &text, Tone tone, const QFont &font, QWidget 
     setTextFormat(Qt::PlainText);
 }
 
-void ToneLabel::setTone(Tone tone)
+void ToneLabel::setLine(const QString &text, Tone tone)
 {
-    m_tone = tone;
-    update();
+    if (text != this->text())
+        setText(text);
+    if (tone != m_tone) {
+        m_tone = tone;
+        update();
+    }
 }
 
 void ToneLabel::paintEvent(QPaintEvent *)

@@ -21,8 +21,9 @@ class ToneLabel : public QLabel
     Q_OBJECT
 public:
     ToneLabel(const QString &text, Tone tone, const QFont &font, QWidget *parent = nullptr);
-    void setTone(Tone tone);
-    Tone tone() const { return m_tone; }
+    // Changes what differs, so an unchanged label neither repaints nor asks for a new layout.
+    void setLine(const QString &text, Tone tone);
+    void setLine(const QString &text) { setLine(text, m_tone); }
 
 protected:
     void paintEvent(QPaintEvent *event) override;
@@ -39,8 +40,6 @@ public:
     PillView(const QString &text, Tone tone, QWidget *parent = nullptr);
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override { return sizeHint(); }
-    QString text() const { return m_text; }
-    Tone tone() const { return m_tone; }
     void setPill(const QString &text, Tone tone);
 
 protected:

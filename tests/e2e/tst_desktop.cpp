@@ -496,6 +496,28 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(windows().isEmpty(), 10000);
     }
 
+    // Polls update the open popover in place: a drop-down stays open on its item, the focus stays.
+    void pollsLeaveWhatTheUserIsDoing()
+    {
+        const auto popover = openPopover();
+        QVERIFY(popover);
+        const QList<testing::MappedWindow> withPopover = windows();
+        QVERIFY(click(popover->frame.bottomLeft() + QPoint(130, -54))); // "Menu bar"
+        const auto list = waitForNewWindow(withPopover);
+        QVERIFY(list);
+        QVERIFY(press(u"Up"_s)); // from today's P/L to the return
+        waitForPolls(3);
+        QVERIFY(stillMapped(*list));
+        QVERIFY(press(u"Return"_s));
+        QTRY_VERIFY2_WITH_TIMEOUT(!pnlTitle.match(label()).hasMatch(), qPrintable(label()), 10000);
+        waitForPolls(3);
+        QVERIFY(press(u"Down"_s)); // back to today's P/L
+        QTRY_VERIFY2_WITH_TIMEOUT(pnlTitle.match(label()).hasMatch(), qPrintable(label()), 10000);
+        screenshot(u"desktop-popover-after-polls.png"_s, popover->frame);
+        QVERIFY(press(u"Escape"_s));
+        QTRY_VERIFY_WITH_TIMEOUT(!stillMapped(*popover), 10000);
+    }
+
     // "Sign out" sticks: the keychain forgets the session at once, so a kill -9 right after the
     // click, with the follower beside it carrying on alone, leaves nobody signed in.
     void signOutSticksThroughAKill()

@@ -15,6 +15,7 @@
 #include <QTest>
 #include <QVBoxLayout>
 
+using PointList = QList<QPointF>;
 using ui::PulseMenuInput;
 using ui::Tone;
 using namespace Qt::StringLiterals;
@@ -231,7 +232,7 @@ QStringList layoutProblems(QWidget &root, const QRect &area)
 }
 
 // The popover's column for `input`, drawn into an artifact named `name`; empty when every
-// leaf fits.
+// leaf fits, and it looks as a fresh one does although it showed another state first.
 QStringList layoutProblemsOf(const PulseMenuInput &input, const QString &name)
 {
     QWidget host;
@@ -240,9 +241,21 @@ QStringList layoutProblemsOf(const PulseMenuInput &input, const QString &name)
     box->setContentsMargins(ui::menuPadding - ui::menuSpill, ui::menuPadding,
                             ui::menuPadding - ui::menuSpill, ui::menuPadding);
     box->setSizeConstraint(QLayout::SetFixedSize);
-    box->addWidget(ui::buildPulseMenu(ui::pulseMenuModel(input), {}).content);
+    auto *column = new ui::PulseMenuColumn;
+    // Other states first, as a live popover shows them: nothing of theirs may linger.
+    const PulseMenuInput busy = with(withAccount(8), [&input](auto &in) {
+        in.isPT = !input.isPT;
+        in.accountError = in.pulseError = "offline";
+    });
+    for (const PulseMenuInput &shown : {signedOut(), busy, input})
+        column->apply(ui::pulseMenuModel(shown));
+    box->addWidget(column);
     if (!ui::renderWidgetToPng(host, artifact(u"popover-"_s + name)))
         return {u"no picture"_s};
+    ui::PulseMenuColumn fresh;
+    fresh.apply(ui::pulseMenuModel(input));
+    if (ui::renderWidget(*column) != ui::renderWidget(fresh))
+        return {u"something of the state before lingers"_s};
     if (host.width() != ui::menuContentWidth + 2 * ui::menuPadding)
         return {u"width %1"_s.arg(host.width())};
     const int p = ui::menuPadding;
@@ -460,6 +473,32 @@ private Q_SLOTS:
             problems << layoutProblemsOf(input, name + u"-pt"_s);
         }
         QVERIFY2(problems.isEmpty(), qPrintable(problems.join(u'\n')));
+    }
+
+    void sparklinePoints_data()
+    {
+        QTest::addColumn<QList<double>>("values");
+        QTest::addColumn<QSizeF>("size");
+        QTest::addColumn<PointList>("expected");
+
+        QTest::newRow("flat lies on the bottom band")
+            << QList<double>{5, 5} << QSizeF(344, 26) << PointList{{0, 24.7}, {344, 24.7}};
+        QTest::newRow("highest 5 % below the top, lowest 5 % above the bottom")
+            << QList<double>{10, 30, 20} << QSizeF(100, 20)
+            << PointList{{0, 19}, {50, 1}, {100, 10}};
+        // A spread under 0.0001 is not stretched to the full height.
+        QTest::newRow("nearly flat stays near the bottom")
+            << QList<double>{1.0, 1.00005} << QSizeF(10, 100) << PointList{{0, 95}, {10, 50}};
+    }
+    void sparklinePoints()
+    {
+        QFETCH(QList<double>, values);
+        QFETCH(QSizeF, size);
+        QFETCH(PointList, expected);
+        const PointList points = ui::sparklinePoints(values, size);
+        QCOMPARE(points.size(), expected.size());
+        for (qsizetype i = 0; i < points.size(); ++i)
+            QVERIFY((points[i] - expected[i]).manhattanLength() < 1e-6);
     }
 
     void onboarding()
