@@ -20,13 +20,11 @@ file(WRITE ${package_dir}/changelog
      "  * Release ${PROJECT_VERSION}.\n\n"
      " -- ${MIREO_MAINTAINER}  ${MIREO_CHANGELOG_DATE}\n")
 configure_file(data/package/mireo-pulse.1 ${package_dir}/mireo-pulse.1 COPYONLY)
-# Debian wants both compressed at the highest level and without a time stamp.
+# Debian wants both compressed at the highest level and without a time stamp. Made while
+# configuring, so an install after building only some targets finds them too.
 foreach(file changelog mireo-pulse.1)
-  add_custom_command(OUTPUT ${package_dir}/${file}.gz
-    COMMAND gzip -9nkf ${file} WORKING_DIRECTORY ${package_dir} DEPENDS ${package_dir}/${file})
-  list(APPEND compressed ${package_dir}/${file}.gz)
+  execute_process(COMMAND gzip -9nkf ${file} WORKING_DIRECTORY ${package_dir})
 endforeach()
-add_custom_target(mireo_package_docs ALL DEPENDS ${compressed})
 install(FILES ${package_dir}/mireo-pulse.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES ${package_dir}/changelog.gz data/package/copyright
         DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/mireo-pulse)
