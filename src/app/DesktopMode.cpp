@@ -10,6 +10,7 @@
 
 #include <QApplication>
 #include <cstring>
+#include <optional>
 #include <vector>
 
 bool isHeadlessCommand(int argc, char *argv[])
@@ -52,6 +53,55 @@ void adoptFocusTokens(const focus_token::Tokens &tokens)
         x11::setStartupIdForNextWindow(tokens.x11.toUtf8());
 }
 
+// What the command line asks of a desktop launch.
+struct Launch
+{
+    bool background = false; // autostart or the bus: not the user's own launch
+    QString link;            // "mireo-pulse URL", from launchers that do not activate
+};
+
+Launch launchFrom(QStringList arguments)
+{
+    Launch launch;
+    launch.background =
+        arguments.removeAll(QLatin1StringView(desktop_exec::backgroundArgument)) > 0;
+    if (arguments.size() > 1)
+        launch.link = arguments.last();
+    return launch;
+}
+
+// Beside a running app a launch only hands over. At login several may start the app at once;
+// only the user's own launch hands over, the others leave quietly.
+int handOver(const QDBusConnection &bus, const Launch &launch, const QVariantMap &focusTokens)
+{
+    if (launch.background)
+        return 0;
+    // The desktop only hands us links of our scheme; anything else counts as no link.
+    return pulse_bus::handOver(bus, isCallbackUrl(launch.link) ? launch.link : QString(),
+                               pulse_bus::handOverTimeout, focusTokens)
+               ? 0
+               : 1;
+}
+
+// Asked before any GUI is built (no display connection, no fonts): a second launch, a link or
+// a desktop shortcut beside the running app costs no more than the bus call.
+std::optional<int> handOverIfRunning(int argc, char *argv[], const QVariantMap &focusTokens)
+{
+    const QCoreApplication probe(argc, argv);
+    // A connection of its own: the shared one, made now, would keep waiting for this
+    // application object's event loop to deliver calls, long after it is gone.
+    const QString name = QStringLiteral("mireo-pulse-launch");
+    std::optional<int> handedOver;
+    {
+        const QDBusConnection bus =
+            QDBusConnection::connectToBus(QDBusConnection::SessionBus, name);
+        if (pulse_bus::appIsRunning(bus))
+            handedOver = handOver(bus, launchFrom(QCoreApplication::arguments()), focusTokens);
+    }
+    QDBusConnection::disconnectFromBus(name);
+    return handedOver;
+}
+
 } // namespace
 
 int runDesktop(int argc, char *argv[])
@@ -62,6 +112,8 @@ int runDesktop(int argc, char *argv[])
     // programs we start keep theirs.
     // Read before Qt starts: its X11 platform takes DESKTOP_STARTUP_ID for itself.
     const QVariantMap launchTokens = focus_token::inherited();
+    if (const std::optional<int> handedOver = handOverIfRunning(argc, argv, launchTokens))
+        return *handedOver;
     std::vector<char *> arguments(argv, argv + argc);
     char platformOption[] = "-platform";
     char xcb[] = "xcb";
@@ -75,24 +127,14 @@ int runDesktop(int argc, char *argv[])
     QGuiApplication::setDesktopFileName(QStringLiteral("com.mireo.Pulse"));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Mireo Pulse"));
     x11::setWindowClassForNewWindows("mireo-pulse", "com.mireo.Pulse");
-    QStringList given = QCoreApplication::arguments();
-    const bool background =
-        given.removeAll(QLatin1StringView(desktop_exec::backgroundArgument)) > 0;
-    // What a launcher that does not activate over the bus runs for a link: "mireo-pulse URL".
-    const QString link = given.size() > 1 ? given.last() : QString();
+    const Launch launch = launchFrom(QCoreApplication::arguments());
+    const QString &link = launch.link;
 
     PulseBusService bus;
     switch (bus.claim()) {
     case PulseBusService::Claim::Taken:
-        // At login several may start the app at once; only the user's own launch hands over.
-        if (background)
-            return 0;
-        // The desktop only hands us links of our scheme; anything else counts as no link.
-        return pulse_bus::handOver(QDBusConnection::sessionBus(),
-                                   isCallbackUrl(link) ? link : QString(),
-                                   pulse_bus::handOverTimeout, launchTokens)
-                   ? 0
-                   : 1;
+        // Started at the same moment as another launch, which won the name.
+        return handOver(QDBusConnection::sessionBus(), launch, launchTokens);
     case PulseBusService::Claim::Owner:
     case PulseBusService::Claim::NoBus:
         break;
