@@ -15,7 +15,6 @@
 #include <QTest>
 #include <QVBoxLayout>
 
-using PointList = QList<QPointF>;
 using ui::PulseMenuInput;
 using ui::Tone;
 using namespace Qt::StringLiterals;
@@ -473,32 +472,6 @@ private Q_SLOTS:
             problems << layoutProblemsOf(input, name + u"-pt"_s);
         }
         QVERIFY2(problems.isEmpty(), qPrintable(problems.join(u'\n')));
-    }
-
-    void sparklinePoints_data()
-    {
-        QTest::addColumn<QList<double>>("values");
-        QTest::addColumn<QSizeF>("size");
-        QTest::addColumn<PointList>("expected");
-
-        QTest::newRow("flat lies on the bottom band")
-            << QList<double>{5, 5} << QSizeF(344, 26) << PointList{{0, 24.7}, {344, 24.7}};
-        QTest::newRow("highest 5 % below the top, lowest 5 % above the bottom")
-            << QList<double>{10, 30, 20} << QSizeF(100, 20)
-            << PointList{{0, 19}, {50, 1}, {100, 10}};
-        // A spread under 0.0001 is not stretched to the full height.
-        QTest::newRow("nearly flat stays near the bottom")
-            << QList<double>{1.0, 1.00005} << QSizeF(10, 100) << PointList{{0, 95}, {10, 50}};
-    }
-    void sparklinePoints()
-    {
-        QFETCH(QList<double>, values);
-        QFETCH(QSizeF, size);
-        QFETCH(PointList, expected);
-        const PointList points = ui::sparklinePoints(values, size);
-        QCOMPARE(points.size(), expected.size());
-        for (qsizetype i = 0; i < points.size(); ++i)
-            QVERIFY((points[i] - expected[i]).manhattanLength() < 1e-6);
     }
 
     void onboarding()
