@@ -1,7 +1,7 @@
 #include "app/PopoverWindow.h"
 
 #include "app/PanelPlacement.h"
-#include "base/FixedDecimal.h"
+#include "base/FrameTrace.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -10,7 +10,6 @@
 #include <QScreen>
 #include <QTimer>
 #include <QVBoxLayout>
-#include <cstdio>
 
 namespace {
 
@@ -125,14 +124,7 @@ void PopoverWindow::paintEvent(QPaintEvent *)
     painter.drawRect(rect().adjusted(0, 0, -1, -1));
     if (m_tracePaint && m_sinceShown.isValid()) {
         // The content paints in the same pass; the next turn comes after the frame is out.
-        const QElapsedTimer shown = m_sinceShown;
-        m_sinceShown.invalidate();
-        QTimer::singleShot(0, this, [shown] {
-            const QByteArray line =
-                "popover painted in " +
-                base::fixedDecimal(double(shown.nsecsElapsed()) / 1e6, 1).toUtf8() + " ms\n";
-            std::fwrite(line.constData(), 1, size_t(line.size()), stderr);
-        });
+        base::traceAfterFrame(this, std::exchange(m_sinceShown, {}), "popover painted");
     }
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/FrameTrace.h"
+
 #include <QElapsedTimer>
 #include <QPointer>
 #include <QWidget>
@@ -46,6 +48,6 @@ private:
     // outside; the item's activation follows a moment later and must not reopen it.
     QElapsedTimer m_sinceHidden;
     // With MIREO_TRACE_POPOVER=1, how long from showing to the first painted frame (bench/run).
-    const bool m_tracePaint = qEnvironmentVariable("MIREO_TRACE_POPOVER") == u"1";
+    const bool m_tracePaint = base::popoverTraced();
     QElapsedTimer m_sinceShown;
 };

@@ -4,6 +4,7 @@
 #include "account/Browser.h"
 #include "base/Clock.h"
 #include "base/FixedDecimal.h"
+#include "base/FrameTrace.h"
 #include "base/Publish.h"
 #include "pulse/PulseStore.h"
 #include "settings/AppSettings.h"
@@ -17,7 +18,6 @@
 #include <QCoreApplication>
 #include <QMetaMethod>
 #include <QVBoxLayout>
-#include <cstdio>
 
 namespace ui {
 
@@ -204,14 +204,7 @@ bool PulseMenuView::eventFilter(QObject *watched, QEvent *event)
     // A render that changes nothing paints nothing; a paint long after it has another cause.
     if (event->type() == QEvent::Paint && m_sinceRender.isValid() && m_sinceRender.elapsed() < 50) {
         // The widgets paint in the same pass; the next turn comes after the frame is out.
-        const QElapsedTimer rendered = m_sinceRender;
-        m_sinceRender.invalidate();
-        QTimer::singleShot(0, this, [rendered] {
-            const QByteArray line =
-                "popover updated in " +
-                base::fixedDecimal(double(rendered.nsecsElapsed()) / 1e6, 1).toUtf8() + " ms\n";
-            std::fwrite(line.constData(), 1, size_t(line.size()), stderr);
-        });
+        base::traceAfterFrame(this, std::exchange(m_sinceRender, {}), "popover updated");
     }
     return QWidget::eventFilter(watched, event);
 }

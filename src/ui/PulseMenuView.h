@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/FrameTrace.h"
 #include "ui/Format.h"
 #include "ui/PulseMenuModel.h"
 #include "ui/PulseMenuSections.h"
@@ -93,7 +94,7 @@ private:
 
     // With MIREO_TRACE_POPOVER=1, how long an update of the shown view takes from the render to
     // its painted frame (bench/run).
-    const bool m_traceUpdates = qEnvironmentVariable("MIREO_TRACE_POPOVER") == u"1";
+    const bool m_traceUpdates = base::popoverTraced();
     QElapsedTimer m_sinceRender;
 };
 
