@@ -2,6 +2,7 @@
 #include "platform/linux/KeychainRequests.h"
 #include "platform/linux/KeychainSecretStore.h"
 #include "support/PrivateKeyring.h"
+#include "support/PrivateSessionBus.h"
 
 #include <QCoroTask>
 #include <QDir>
@@ -95,6 +96,21 @@ private Q_SLOTS:
         qputenv("TMPDIR", savedTemp);
         QCOMPARE(had, held);
         QCOMPARE(QDir(runtime.path()).isEmpty(), runtimeOpenToOthers);
+    }
+
+    // A desktop with no keychain service at all (none running, none to start) can have kept
+    // no session: that is an answer, so a cached account is not shown as if one might be.
+    void noKeychainServiceIsNoSession()
+    {
+        testing::PrivateSessionBus bare;
+        QVERIFY(bare.isRunning());
+        const QByteArray saved = qgetenv("DBUS_SESSION_BUS_ADDRESS");
+        qputenv("DBUS_SESSION_BUS_ADDRESS", bare.address().toUtf8());
+        KeychainProcessStore store(QStringLiteral(MIREO_KEYCHAIN_HELPER), service);
+        const SecretStore::Read read = QCoro::waitFor(store.read(key));
+        qputenv("DBUS_SESSION_BUS_ADDRESS", saved);
+        QVERIFY(read.answered);
+        QVERIFY(!read.value);
     }
 
     void aMissingHelperIsNoAnswer()

@@ -1,5 +1,8 @@
 #include "platform/linux/KeychainSecretStore.h"
 
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusReply>
 #include <QEventLoop>
 #include <QTimer>
 #include <qt6keychain/keychain.h>
@@ -16,6 +19,23 @@ void waitFor(QKeychain::Job *job, int limitMs)
     QObject::connect(job, &QKeychain::Job::finished, &loop, &QEventLoop::quit);
     QTimer::singleShot(limitMs, &loop, &QEventLoop::quit);
     loop.exec(QEventLoop::ExcludeUserInputEvents);
+}
+
+// A Secret Service or KWallet on the session bus, running or started on demand.
+bool keychainServiceExists()
+{
+    const QDBusConnectionInterface *bus = QDBusConnection::sessionBus().interface();
+    if (!bus)
+        return false;
+    const QDBusReply<QStringList> activatable = bus->activatableServiceNames();
+    for (const char *name : {"org.freedesktop.secrets", "org.kde.kwalletd5", "org.kde.kwalletd6"}) {
+        const QString service = QString::fromLatin1(name);
+        const QDBusReply<bool> running = bus->isServiceRegistered(service);
+        if ((running.isValid() && running.value()) ||
+            (activatable.isValid() && activatable.value().contains(service)))
+            return true;
+    }
+    return false;
 }
 
 } // namespace
@@ -49,9 +69,10 @@ std::optional<QString> KeychainSecretStore::read(const QString &key)
     if (finished && job->error() == QKeychain::NoError)
         value = job->textData();
     // Only "there is none" says the secret is missing; a keychain that failed or never answered
-    // is asked again next time. A clear answer is kept.
-    if (finished &&
-        (job->error() == QKeychain::NoError || job->error() == QKeychain::EntryNotFound))
+    // is asked again next time. So does a desktop with no keychain service at all: nothing can
+    // have been kept there. A clear answer is kept.
+    if (finished && (job->error() == QKeychain::NoError ||
+                     job->error() == QKeychain::EntryNotFound || !keychainServiceExists()))
         m_mirror.insert(key, value);
     job->disconnect(this);
     job->deleteLater();
