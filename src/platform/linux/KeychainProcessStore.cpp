@@ -35,6 +35,12 @@ void letGo(QProcess *helper)
     }
     QObject::connect(helper, &QProcess::finished, helper, &QObject::deleteLater);
     QTimer::singleShot(stopLimitMs, helper, &QProcess::kill);
+    // A one-shot run that ends meanwhile stops it first: its answer is in already.
+    QObject::connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, helper,
+                     [helper] {
+                         helper->kill();
+                         helper->waitForFinished(stopLimitMs);
+                     });
 }
 
 // The helper's answer line, or what came before it stopped or the limit ran out.
