@@ -19,7 +19,7 @@ pulse_bus::State panelState(const QJsonObject &status, bool isPT, const ui::Form
     const QJsonValue returnPct = pulse.value(QStringLiteral("returnPct"));
 
     pulse_bus::State state;
-    state.title = title.isEmpty() ? QStringLiteral("M\u00B7") : title;
+    state.title = title.isEmpty() ? PulseStore::titleFor(std::nullopt) : title;
     state.status = QString::fromUtf8(QJsonDocument(status).toJson(QJsonDocument::Compact));
     // A clock time needs no "now".
     state.toolTip = ui::panelSummary(status, {}, isPT, ui::AgeForm::Clock, locale);

@@ -1,6 +1,7 @@
 #include "app/WaybarLine.h"
 
 #include "app/PanelState.h"
+#include "pulse/PulseStore.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -24,7 +25,7 @@ QStringList panelClasses(const pulse_bus::State &state)
 
 QByteArray waybarLine(const pulse_bus::State &state)
 {
-    const QString text = state.title.isEmpty() ? QStringLiteral("M\u00B7") : state.title;
+    const QString text = state.title.isEmpty() ? PulseStore::titleFor(std::nullopt) : state.title;
     const QJsonObject line{
         {QStringLiteral("text"), text.toHtmlEscaped()},
         {QStringLiteral("tooltip"),

@@ -1,6 +1,7 @@
 #include "ui/PanelSummary.h"
 
 #include "base/Flexible.h"
+#include "pulse/PulseStore.h"
 
 #include <QJsonArray>
 #include <QStringList>
@@ -43,7 +44,7 @@ QString panelSummary(const QJsonObject &status, const QDateTime &now, bool isPT,
     const QJsonObject pulse = status.value(QStringLiteral("public")).toObject();
     const QJsonObject account = status.value(QStringLiteral("account")).toObject();
     const QString title = status.value(QStringLiteral("title")).toString();
-    QStringList lines{title.isEmpty() ? QStringLiteral("M\u00B7") : title};
+    QStringList lines{title.isEmpty() ? PulseStore::titleFor(std::nullopt) : title};
     QStringList age;
     std::optional<QDateTime> asOf;
 
