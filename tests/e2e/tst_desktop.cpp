@@ -38,7 +38,8 @@ const QRegularExpression pnlTitle(u"^M [+-]\\$[\\d,]+$"_s);
 // The real binary in desktop mode on a private X server and session bus, against the in-process
 // stand-in: the panel item and its label, the popover, the quick panel and its hot key, the
 // first-run window, sign-in over the bus, status-bar surfaces beside the app, two launches at
-// once, and notifications from the account poll. What one piece does alone is tested with it.
+// once. What one piece does alone is tested with it; notifications through the binary are
+// tst_crashconsistency's.
 class TestDesktop : public QObject
 {
     Q_OBJECT
@@ -377,39 +378,6 @@ private Q_SLOTS:
                          pnlTitle.match(QString::fromUtf8(line)).hasMatch(),
                      line.constData());
         QVERIFY(m_follow.state() == QProcess::Running);
-    }
-
-    void eachAccountEventIsAnnouncedOnce_data()
-    {
-        QTest::addColumn<QString>("event");
-        QTest::addColumn<QString>("summary");
-        QTest::newRow("decision") << u"decision"_s << u"Mireo decided"_s;
-        QTest::newRow("fill") << u"fill"_s << u"Order filled"_s;
-        QTest::newRow("kill switch") << u"kill switch"_s << u"Kill switch activated"_s;
-    }
-    void eachAccountEventIsAnnouncedOnce()
-    {
-        QFETCH(QString, event);
-        QFETCH(QString, summary);
-        const qsizetype before = m_notifications.calls.size();
-        // Later than anything the demo account opened with.
-        const QString later =
-            QDateTime::currentDateTimeUtc().addDays(1).toString(Qt::ISODateWithMs);
-        if (event == u"decision")
-            m_standin.server.publishDecision(later, {u"NVDA"_s});
-        else if (event == u"fill")
-            QVERIFY(m_standin.server.addFill({{u"symbol"_s, u"NVDA"_s},
-                                              {u"side"_s, u"buy"_s},
-                                              {u"status"_s, u"filled"_s},
-                                              {u"filled_at"_s, later},
-                                              {u"fill_price"_s, 131.5}}));
-        else
-            m_standin.server.setKillSwitch(true);
-
-        QTRY_COMPARE_WITH_TIMEOUT(m_notifications.calls.size(), before + 1, 20000);
-        QCOMPARE(m_notifications.calls.constLast().summary, summary);
-        waitForPolls(3);
-        QCOMPARE(m_notifications.calls.size(), before + 1);
     }
 
     void aRestartAnnouncesNothingAndSkipsTheFirstRunWindow()
