@@ -1,4 +1,5 @@
 #include "MappedWindows.h"
+#include "base/AppNames.h"
 #include "hardening/PulseBinary.h"
 #include "notify/NotificationServerDouble.h"
 #include "support/PrivateKeyring.h"
@@ -313,23 +314,27 @@ private Q_SLOTS:
     {
         // Access tokens that last a minute and a second: the app renews about every second.
         const standin::Session session = m_standin.server.issueSession(61);
-        const QDBusMessage open =
-            QDBusMessage::createMethodCall(u"com.mireo.Pulse"_s, u"/com/mireo/Pulse"_s,
-                                           u"org.freedesktop.Application"_s, u"Open"_s);
+        const QDBusMessage open = QDBusMessage::createMethodCall(
+            QLatin1StringView(app_names::busName), QLatin1StringView(app_names::objectPath),
+            u"org.freedesktop.Application"_s, u"Open"_s);
         const QString link = session.callbackUrl.toString(QUrl::FullyEncoded);
         // As the popover's "Sign in" would, then the browser's link; tokens nobody asked for
         // are tst_authstore's.
-        QCOMPARE(call(QDBusMessage::createMethodCall(u"com.mireo.Pulse"_s, u"/com/mireo/Pulse"_s,
-                                                     u"com.mireo.Pulse1"_s, u"BeginSignIn"_s),
+        QCOMPARE(call(QDBusMessage::createMethodCall(QLatin1StringView(app_names::busName),
+                                                     QLatin1StringView(app_names::objectPath),
+                                                     QLatin1StringView(app_names::stateInterface),
+                                                     u"BeginSignIn"_s),
                       {})
                      .type(),
                  QDBusMessage::ReplyMessage);
         QCOMPARE(call(open, {QStringList{link}, QVariantMap()}).type(), QDBusMessage::ReplyMessage);
         QTRY_VERIFY2_WITH_TIMEOUT(pnlTitle.match(label()).hasMatch(), qPrintable(label()), 20000);
         // The first poll after sign-in marks what exists without announcing it.
-        QTRY_VERIFY_WITH_TIMEOUT(QSettings(dir(u"config/mireo/pulse.conf"_s), QSettings::IniFormat)
-                                     .contains(u"notify.lastFillAt"_s),
-                                 20000);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            QSettings(dir(u"config/"_s + QLatin1StringView(app_names::settingsFile)),
+                      QSettings::IniFormat)
+                .contains(u"notify.lastFillAt"_s),
+            20000);
         waitForPolls(2);
         QCOMPARE(m_notifications.calls.size(), 0);
 

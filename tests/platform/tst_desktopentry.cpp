@@ -24,7 +24,8 @@ class TestDesktopEntry : public QObject
     QString dataHome() const { return m_root.filePath(u"data"_s); }
     QString autostartEntry() const
     {
-        return m_root.filePath(u"config/autostart/mireo-pulse.desktop"_s);
+        return m_root.filePath(u"config/autostart/"_s + QLatin1StringView(app_names::executable) +
+                               u".desktop"_s);
     }
     QString log() const { return m_root.filePath(u"helpers.log"_s); }
     static QByteArray read(const QString &path)
@@ -88,17 +89,21 @@ private Q_SLOTS:
         QVERIFY(DesktopEntry::registerForUser(binary));
 
         // The entry's other lines are the installed entry's, checked where it is installed.
-        QVERIFY(QString::fromUtf8(read(dataHome() + u"/applications/com.mireo.Pulse.desktop"_s))
+        QVERIFY(QString::fromUtf8(read(dataHome() + u"/applications/"_s +
+                                       QLatin1StringView(DesktopEntry::fileName)))
                     .contains(u"\nExec=\""_s + binary + u"\" %u\n"_s));
         // The bus starts this binary for a launcher's Activate or Open, as a launch that is not
         // the user's: one that loses a race for the name leaves quietly.
-        QCOMPARE(read(dataHome() + u"/dbus-1/services/com.mireo.Pulse.service"_s),
-                 "[D-BUS Service]\nName=com.mireo.Pulse\nExec=\"" + binary.toUtf8() +
+        QCOMPARE(read(dataHome() + u"/dbus-1/services/"_s +
+                      QLatin1StringView(DesktopEntry::busServiceFileName)),
+                 "[D-BUS Service]\nName="_ba + app_names::busName + "\nExec=\"" + binary.toUtf8() +
                      "\" --background\n");
-        QVERIFY(QFile::exists(dataHome() + u"/icons/hicolor/scalable/apps/mireo-pulse.svg"_s));
+        QVERIFY(QFile::exists(dataHome() + u"/icons/hicolor/scalable/apps/"_s +
+                              QLatin1StringView(app_names::iconName) + u".svg"_s));
         QTRY_COMPARE(helperCalls().size(), 2);
-        QVERIFY(helperCalls().contains(
-            u"first xdg-mime default com.mireo.Pulse.desktop x-scheme-handler/mireopulse"_s));
+        QVERIFY(helperCalls().contains(u"first xdg-mime default "_s +
+                                       QLatin1StringView(DesktopEntry::fileName) + u' ' +
+                                       QLatin1StringView(DesktopEntry::schemeMimeType)));
         QVERIFY(helperCalls().contains(u"first update-desktop-database "_s + dataHome() +
                                        u"/applications"_s));
 
@@ -109,7 +114,8 @@ private Q_SLOTS:
         const QString moved = m_root.filePath(u"elsewhere/mireo-pulse"_s);
         qputenv("MIREO_TEST_TAG", "moved");
         QVERIFY(DesktopEntry::registerForUser(moved));
-        QVERIFY(QString::fromUtf8(read(dataHome() + u"/applications/com.mireo.Pulse.desktop"_s))
+        QVERIFY(QString::fromUtf8(read(dataHome() + u"/applications/"_s +
+                                       QLatin1StringView(DesktopEntry::fileName)))
                     .contains(u"\nExec="_s + moved + u" %u\n"_s));
         QTRY_COMPARE(helperCalls().size(), 4);
         QCOMPARE(helperCalls().filter(u"again "_s), QStringList());
@@ -118,12 +124,14 @@ private Q_SLOTS:
         const QString prefix = m_root.filePath(u"prefix"_s);
         QDir().mkpath(prefix + u"/bin"_s);
         QDir().mkpath(prefix + u"/share/applications"_s);
-        QFile installed(prefix + u"/share/applications/com.mireo.Pulse.desktop"_s);
+        QFile installed(prefix + u"/share/applications/"_s +
+                        QLatin1StringView(DesktopEntry::fileName));
         QVERIFY(installed.open(QIODevice::WriteOnly));
         installed.close();
         QVERIFY(DesktopEntry::isInstalled(prefix + u"/bin/mireo-pulse"_s));
         QVERIFY(!DesktopEntry::registerForUser(prefix + u"/bin/mireo-pulse"_s));
-        QVERIFY(QString::fromUtf8(read(dataHome() + u"/applications/com.mireo.Pulse.desktop"_s))
+        QVERIFY(QString::fromUtf8(read(dataHome() + u"/applications/"_s +
+                                       QLatin1StringView(DesktopEntry::fileName)))
                     .contains(u"\nExec="_s + moved + u" %u\n"_s));
     }
 

@@ -24,7 +24,8 @@ class TestPulseBus : public QObject
     QDBusMessage call(const QString &interface, const QString &method, const QVariantList &args)
     {
         QDBusMessage message = QDBusMessage::createMethodCall(
-            u"com.mireo.Pulse"_s, u"/com/mireo/Pulse"_s, interface, method);
+            QLatin1StringView(app_names::busName), QLatin1StringView(app_names::objectPath),
+            interface, method);
         message.setArguments(args);
         QDBusPendingCall pending = connection().asyncCall(message, 5000);
         if (!QTest::qWaitFor([&] { return pending.isFinished(); }, 6000))
@@ -164,10 +165,10 @@ private Q_SLOTS:
         QCOMPARE(names(0), (QStringList{u"Title"_s, u"Tone"_s, u"ToolTip"_s}));
         QCOMPARE(names(1), (QStringList{u"Stale"_s, u"Status"_s}));
         // Read as a surface reads it; not blocking, as the service answers from this process.
-        QDBusMessage getAll =
-            QDBusMessage::createMethodCall(u"com.mireo.Pulse"_s, u"/com/mireo/Pulse"_s,
-                                           u"org.freedesktop.DBus.Properties"_s, u"GetAll"_s);
-        getAll << u"com.mireo.Pulse1"_s;
+        QDBusMessage getAll = QDBusMessage::createMethodCall(
+            QLatin1StringView(app_names::busName), QLatin1StringView(app_names::objectPath),
+            u"org.freedesktop.DBus.Properties"_s, u"GetAll"_s);
+        getAll << QString::fromLatin1(app_names::stateInterface);
         const QDBusPendingReply<QVariantMap> answer = connection().asyncCall(getAll);
         QTRY_VERIFY(answer.isFinished());
         pulse_bus::State read;
