@@ -2,7 +2,6 @@
 #include "support/StandinFixture.h"
 
 #include <QCoroTask>
-#include <QMap>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -31,70 +30,8 @@ private Q_SLOTS:
         QVERIFY(!result->ok && result->body.isEmpty());
     }
 
-    // A POST with a secret body (the token renewal), redirected by one stand-in (the service)
-    // to itself or to a second one on another port (another origin). Authenticated GETs
-    // redirected either way, and a loop, are the fault matrix's.
-    void postRedirects_data()
-    {
-        QTest::addColumn<int>("status");
-        QTest::addColumn<bool>("foreign");
-        QTest::addColumn<QString>("landedMethod"); // empty: not followed
-        QTest::newRow("301 becomes a GET") << 301 << false << "GET";
-        QTest::newRow("307 keeps its body at home") << 307 << false << "POST";
-        QTest::newRow("307 body never leaves for another origin") << 307 << true << "";
-        QTest::newRow("302 to another origin goes as a bare GET") << 302 << true << "GET";
-    }
-    void postRedirects()
-    {
-        QFETCH(int, status);
-        QFETCH(bool, foreign);
-        QFETCH(QString, landedMethod);
-
-        testing::StandinFixture home;
-        testing::StandinFixture elsewhere;
-        testing::StandinFixture &target = foreign ? elsewhere : home;
-        home.server.overrideNext(
-            path, {.status = status,
-                   .location = target.url().resolved(QUrl(u"/moved?to=here"_s)).toEncoded()});
-        target.answer(u"/moved"_s, 200, "landed");
-
-        net::HttpClient http("TestAgent/1");
-        const net::HttpRequest request{.method = "POST",
-                                       .url = home.url().resolved(QUrl(path)),
-                                       .headers = {{"Authorization", "Bearer secret"},
-                                                   {"apikey", "anon-key"},
-                                                   {"Content-Type", "application/json"}},
-                                       .body = R"({"refresh_token":"secret"})"};
-        std::optional<net::HttpResponse> result;
-        QCoro::connect(http.send(request), &http, [&](net::HttpResponse r) { result = r; });
-        QTRY_VERIFY(result.has_value());
-
-        QCOMPARE(result->ok, !landedMethod.isEmpty());
-        QCOMPARE(result->body, landedMethod.isEmpty() ? QByteArray() : QByteArray("landed"));
-        QCOMPARE(home.server.requests().size(), foreign ? 1 : 2);
-        QCOMPARE(elsewhere.server.requests().size(), foreign && !landedMethod.isEmpty() ? 1 : 0);
-        if (landedMethod.isEmpty()) {
-            QCOMPARE(result->status, status);
-            return;
-        }
-        const auto landed = target.server.requests().constLast();
-        QCOMPARE(landed.query, u"to=here"_s);
-        QCOMPARE(landed.method, landedMethod);
-        QCOMPARE(landed.body, landedMethod == u"POST" ? request.body : QByteArray());
-        QMap<QByteArray, QByteArray> headers;
-        for (const auto &[name, value] : landed.headers) {
-            headers.insert(name.toLower(), value);
-            // Nothing of the secrets goes to another origin, in any header.
-            if (foreign)
-                QVERIFY2(!value.contains("secret") && !value.contains("anon-key"),
-                         name.constData());
-        }
-        QCOMPARE(headers.value("user-agent"), "TestAgent/1"); // every hop names the app
-        QCOMPARE(headers.contains("authorization"), !foreign);
-    }
-
     // Redirects never followed: down to http, without a location, or a status that is none.
-    // What is followed, to this origin or another, is postRedirects' and the fault matrix's.
+    // What is followed, to this origin or another, is the fault matrix's, through the binary.
     void refusedRedirects_data()
     {
         QTest::addColumn<int>("status");
