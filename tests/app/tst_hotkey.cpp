@@ -1,8 +1,8 @@
 #include "platform/linux/X11HotKey.h"
 #include "support/PrivateXServer.h"
+#include "support/ProcessRun.h"
 
 #include <QGuiApplication>
-#include <QProcess>
 #include <QScopeGuard>
 #include <QSignalSpy>
 #include <QStandardPaths>
@@ -14,9 +14,8 @@ testing::PrivateXServer *server = nullptr;
 
 bool run(const QString &program, const QStringList &arguments)
 {
-    QProcess process;
-    process.start(program, arguments);
-    return process.waitForFinished(10000) && process.exitCode() == 0;
+    return testing::runToEnd(program, arguments, QProcessEnvironment::systemEnvironment())
+               .exitCode == 0;
 }
 
 // Presses keys through XTEST, as a keyboard would; `keys` is a space-separated sequence.
@@ -52,12 +51,13 @@ class TestHotKey : public QObject
 {
     Q_OBJECT
 
-    static void requireX(const char *tool = "xdotool")
+    static void requireX()
     {
         if (!server || server->display().isEmpty())
             QSKIP("Xvfb is not installed");
-        if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty())
-            QSKIP("a tool the test needs is not installed");
+        for (const char *tool : {"xdotool", "setxkbmap", "xmodmap"})
+            if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty())
+                QSKIP(tool);
     }
     static std::unique_ptr<X11HotKey> make(bool shared)
     {
@@ -122,9 +122,6 @@ private Q_SLOTS:
                 run("setxkbmap", {"-layout", "us", "-option"});
         });
         if (!keymap.isEmpty()) {
-            for (const char *tool : {"setxkbmap", "xmodmap"})
-                if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty())
-                    QSKIP("setxkbmap or xmodmap is not installed");
             QVERIFY(run(keymap.first(), keymap.mid(1)));
             QVERIFY(pressUntilActivated(activated, sentinel));
         }

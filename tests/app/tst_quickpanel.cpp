@@ -1,3 +1,4 @@
+#include "app/PanelPlacement.h"
 #include "app/PopoverWindow.h"
 #include "app/QuickPanel.h"
 
@@ -8,35 +9,68 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-// Stands in for the pulse view: a size of its own, and it takes the focus.
-QWidget *placeholderContent(QSize size)
-{
-    auto *content = new QLabel(u"<b>MIREO</b> +12.3%"_s);
-    content->setFocusPolicy(Qt::StrongFocus);
-    content->setFixedSize(size);
-    return content;
-}
-
-} // namespace
-
+// Where the quick panel and the popover go, and how they open and close.
 class TestQuickPanel : public QObject
 {
     Q_OBJECT
 
-    static QRect available() { return QGuiApplication::primaryScreen()->availableGeometry(); }
-
 private Q_SLOTS:
+    // The quick panel (no anchor) centred, raised above the centre, never cut off; the popover
+    // under or over the item that was clicked, inside the screen's available area.
+    void topLeft_data()
+    {
+        QTest::addColumn<QPoint>("placed");
+        QTest::addColumn<QPoint>("expected");
+        const auto row = [](const char *name, QRect available, std::optional<QPoint> anchor,
+                            QSize size, QPoint expected) {
+            QTest::newRow(name) << (anchor
+                                        ? PanelPlacement::popoverTopLeft(*anchor, size, available)
+                                        : PanelPlacement::quickPanelTopLeft(available, size))
+                                << expected;
+        };
+        const QSize size(340, 300);
+        const int gap = PanelPlacement::popoverGap;
+        const std::optional<QPoint> quickPanel;
+        row("panel: laptop frame", QRect(0, 0, 1512, 944), quickPanel, size, QPoint(586, 209));
+        row("panel: taller than the raise allows", QRect(0, 0, 800, 600), quickPanel,
+            QSize(340, 560), QPoint(230, 0));
+        row("panel: wider than the screen", QRect(100, 0, 300, 600), quickPanel, size,
+            QPoint(100, 78));
+        row("popover: item in a top panel", QRect(0, 28, 1920, 1052), QPoint(1700, 30), size,
+            QPoint(1530, 30 + gap));
+        // The click lands on the panel itself, outside the available area.
+        row("popover: click inside the top panel", QRect(0, 28, 1920, 1052), QPoint(1700, 12), size,
+            QPoint(1530, 28));
+        row("popover: bottom panel opens above", QRect(0, 0, 1920, 1040), QPoint(1800, 1060), size,
+            QPoint(1580, 740));
+        row("popover: item low in the area opens above", QRect(0, 0, 1920, 1040), QPoint(900, 1000),
+            size, QPoint(730, 1000 - gap - 300));
+        row("popover: left panel", QRect(48, 0, 1872, 1080), QPoint(20, 500), size,
+            QPoint(48, 500 + gap));
+        row("popover: widget-local point goes top right", QRect(0, 0, 1280, 800), QPoint(11, 17),
+            size, QPoint(940, 34 + gap));
+        row("popover: taller than the screen", QRect(0, 0, 800, 250), QPoint(400, 10), size,
+            QPoint(230, 0));
+    }
+    void topLeft()
+    {
+        QFETCH(QPoint, placed);
+        QFETCH(QPoint, expected);
+        QCOMPARE(placed, expected);
+    }
+
     // It takes its content's size and the focus, and hides when another window takes it.
     void takesItsContentsSizeAndFocus()
     {
         QuickPanel panel;
-        panel.setContent(placeholderContent(QSize(360, 220)));
+        auto *content = new QLabel(u"<b>MIREO</b> +12.3%"_s);
+        content->setFocusPolicy(Qt::StrongFocus);
+        content->setFixedSize(360, 220);
+        panel.setContent(content);
         panel.toggle();
         QVERIFY(QTest::qWaitForWindowActive(&panel));
         QCOMPARE(panel.size(), QSize(360, 220));
-        QCOMPARE(QApplication::focusWidget(), panel.content());
+        QCOMPARE(QApplication::focusWidget(), content);
         QWidget other;
         other.resize(200, 100);
         other.show();
@@ -49,7 +83,7 @@ private Q_SLOTS:
     void closingClickDoesNotReopen()
     {
         PopoverWindow popover;
-        const QPoint click = available().center();
+        const QPoint click = QGuiApplication::primaryScreen()->availableGeometry().center();
         popover.toggle(click);
         QVERIFY(QTest::qWaitForWindowExposed(&popover));
         popover.close(); // what Qt does on a press outside a popup
