@@ -66,8 +66,8 @@ public:
     uint version() const { return 1; }
 
     QDBusConnection bus;
-    std::optional<uint> answerCode = 0; // none: never answers
-    uint bindCode = 0;
+    bool answers = true;
+    uint bindCode = 0; // anything but 0 refuses
     Shortcuts kept;
     QList<Shortcuts> bindings;
     QString session;
@@ -112,14 +112,12 @@ private:
         const QString request = QString::fromLatin1(path) + "/request/" +
                                 call.service().mid(1).replace('.', '_') + '/' +
                                 options.value("handle_token").toString();
-        if (answerCode) {
-            QTimer::singleShot(0, this, [this, request, results, code = code ? code : *answerCode] {
-                QDBusMessage response = QDBusMessage::createSignal(
-                    request, QLatin1StringView(requestInterface), "Response");
-                response << code << results;
-                bus.send(response);
-            });
-        }
+        QTimer::singleShot(0, this, [this, request, results, code] {
+            if (answers)
+                bus.send(QDBusMessage::createSignal(request, QLatin1StringView(requestInterface),
+                                                    "Response")
+                         << code << results);
+        });
         return QDBusObjectPath(request);
     }
 };
@@ -212,7 +210,7 @@ private Q_SLOTS:
     }
 
     // Another X client got there first: the grab fails and nothing fires here. A second
-    // combination, one X cannot name, or no server at all is refused too.
+    // combination, or one X cannot name, is refused too.
     void aCombinationTakenElsewhereStaysInert()
     {
         requireX();
@@ -230,8 +228,6 @@ private Q_SLOTS:
         QVERIFY(!owner.registerCombination(Qt::AltModifier | Qt::Key_J));
         QVERIFY(
             !X11HotKey(server->display()).registerCombination(Qt::AltModifier | Qt::Key_Escape));
-        for (const QByteArray &display : {QByteArray(), QByteArray(":4242"), QByteArray("x y")})
-            QVERIFY(!X11HotKey(display).registerCombination(HotKey::quickPanelCombination));
     }
 
     // Bound once and kept by the portal: a restart finds it listed and binds nothing; a portal
@@ -265,8 +261,7 @@ private Q_SLOTS:
         if (portal == "kept")
             stand.kept = {{QLatin1StringView(quickPanelId), {}}};
         stand.bindCode = portal == "cancelled" ? 1 : 0;
-        if (portal == "silent")
-            stand.answerCode.reset();
+        stand.answers = portal != "silent";
 
         PortalHotKey key(bus.connect("app"), "Show or hide the quick panel", 300ms);
         QSignalSpy finished(&key, &PortalHotKey::finished);
