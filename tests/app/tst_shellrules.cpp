@@ -166,15 +166,10 @@ private Q_SLOTS:
     // Every tick while the market is open; every fifth, counted from launch, while it is closed.
     void polling()
     {
-        QList<qint64> open, closed;
         for (qint64 tick = 1; tick <= 12; ++tick) {
-            if (ShellRules::pollsAccount(tick, true))
-                open.append(tick);
-            if (ShellRules::pollsAccount(tick, false))
-                closed.append(tick);
+            QVERIFY(ShellRules::pollsAccount(tick, true));
+            QCOMPARE(ShellRules::pollsAccount(tick, false), tick == 5 || tick == 10);
         }
-        QCOMPARE(open, (QList<qint64>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}));
-        QCOMPARE(closed, (QList<qint64>{5, 10}));
     }
 
     void refreshOnOpen_data()
