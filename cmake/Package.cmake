@@ -12,25 +12,25 @@ string(TIMESTAMP MIREO_RELEASE_DATE "%Y-%m-%d" UTC)
 string(TIMESTAMP MIREO_CHANGELOG_DATE "%a, %d %b %Y %H:%M:%S +0000" UTC)
 
 set(package_dir ${PROJECT_BINARY_DIR}/package-files)
-configure_file(data/com.mireo.Pulse.metainfo.xml.in ${package_dir}/com.mireo.Pulse.metainfo.xml @ONLY)
-install(FILES ${package_dir}/com.mireo.Pulse.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
+configure_file(data/app.metainfo.xml.in ${package_dir}/${MIREO_APP_ID}.metainfo.xml @ONLY)
+install(FILES ${package_dir}/${MIREO_APP_ID}.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
 
 file(WRITE ${package_dir}/changelog
-     "mireo-pulse (${PROJECT_VERSION}) unstable; urgency=medium\n\n"
+     "${MIREO_EXECUTABLE} (${PROJECT_VERSION}) unstable; urgency=medium\n\n"
      "  * Release ${PROJECT_VERSION}.\n\n"
      " -- ${MIREO_MAINTAINER}  ${MIREO_CHANGELOG_DATE}\n")
-configure_file(data/package/mireo-pulse.1 ${package_dir}/mireo-pulse.1 COPYONLY)
+configure_file(data/package/manual.1 ${package_dir}/${MIREO_EXECUTABLE}.1 COPYONLY)
 # Debian wants both compressed at the highest level and without a time stamp. Made while
 # configuring, so an install after building only some targets finds them too.
-foreach(file changelog mireo-pulse.1)
+foreach(file changelog ${MIREO_EXECUTABLE}.1)
   execute_process(COMMAND gzip -9nkf ${file} WORKING_DIRECTORY ${package_dir})
 endforeach()
-install(FILES ${package_dir}/mireo-pulse.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES ${package_dir}/${MIREO_EXECUTABLE}.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES ${package_dir}/changelog.gz data/package/copyright
-        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/mireo-pulse)
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${MIREO_EXECUTABLE})
 
 set(CPACK_GENERATOR DEB)
-set(CPACK_PACKAGE_NAME mireo-pulse)
+set(CPACK_PACKAGE_NAME ${MIREO_EXECUTABLE})
 set(CPACK_PACKAGE_VENDOR Mireo)
 set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/deb)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)

@@ -6,16 +6,16 @@
 //
 // GNOME 43 and 44 load this file through `imports`, 45 and later as a module (the install adds
 // the export), so it takes the shell's modules from its entry point and keeps to `var` for what
-// it offers.
+// it offers. The install fills in the app's names (cmake/AppNames.cmake).
 
 var nothingKnown = 'M\u00B7';
 
-const busName = 'com.mireo.Pulse';
-const objectPath = '/com/mireo/Pulse';
-const stateInterface = 'com.mireo.Pulse1';
+const busName = '@MIREO_BUS_NAME@';
+const objectPath = '@MIREO_OBJECT_PATH@';
+const stateInterface = '@MIREO_STATE_INTERFACE@';
 // Owned while this button shows the title: the app's own panel item then steps back, so the
 // AppIndicator extension does not show the title a second time.
-const titleShownHere = 'com.mireo.Pulse.PanelTitle';
+const titleShownHere = '@MIREO_PANEL_TITLE_NAME@';
 // A bus that answers slower than this must not leave an old number on show.
 const callTimeoutMs = 3000;
 
@@ -132,7 +132,7 @@ var createPulse = function (shell) {
     });
 
     show();
-    Main.panel.addToStatusArea('mireo-pulse', button, 0, 'right');
+    Main.panel.addToStatusArea('@MIREO_EXECUTABLE@', button, 0, 'right');
     const watch = Gio.bus_watch_name_on_connection(bus, busName, Gio.BusNameWatcherFlags.NONE,
         appeared, vanished);
     const ownership = Gio.bus_own_name_on_connection(bus, titleShownHere,

@@ -126,8 +126,9 @@ QCoro::Task<> AuthStore::storeSignedInToken(QString refreshToken)
     if (!self || signOuts != m_signOuts)
         co_return;
     if (!hold) {
-        qWarning("mireo-pulse: the keychain stayed held by another process; this sign-in is "
-                 "not kept for the next start");
+        qWarning("%s: the keychain stayed held by another process; this sign-in is "
+                 "not kept for the next start",
+                 app_names::executable);
         co_return;
     }
     co_await m_secrets.replace(QString::fromLatin1(refreshTokenKey), refreshToken);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "account/AccountRecords.h"
+#include "base/AppNames.h"
 
 #include <QByteArray>
 #include <QCoroTask>
@@ -41,7 +42,7 @@ public:
     // Tokens are renewed this long before they lapse.
     static constexpr std::chrono::seconds expiryMargin{60};
     static constexpr char refreshTokenKey[] = "supabase_refresh_token";
-    static constexpr char redirectUrl[] = "mireopulse://auth";
+    static constexpr char redirectUrl[] = MIREO_URL_SCHEME "://auth";
 
     struct Endpoints
     {

@@ -2,6 +2,7 @@
 
 #include "account/AuthStore.h"
 #include "app/AccountPoll.h"
+#include "base/AppNames.h"
 #include "net/HttpClient.h"
 #include "notify/NotificationStore.h"
 #include "platform/linux/UserLock.h"
@@ -58,6 +59,7 @@ private:
     AuthStore m_auth;
     NotificationStore m_notifications;
     AccountPoll m_poll;
-    UserLock m_announcer{QStringLiteral("mireo-pulse-announcer.lock")};
+    UserLock m_announcer{QLatin1StringView(app_names::executable) +
+                         QStringLiteral("-announcer.lock")};
     bool m_announcing = false;
 };

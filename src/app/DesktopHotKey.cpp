@@ -1,6 +1,7 @@
 #include "app/DesktopHotKey.h"
 
 #include "app/FirstRun.h"
+#include "base/AppNames.h"
 #include "notify/Notifier.h"
 #include "platform/linux/PortalHotKey.h"
 #include "platform/linux/X11HotKey.h"
@@ -59,10 +60,12 @@ void DesktopHotKey::tellOnce()
         {QStringLiteral("hot-key-binding"),
          L::text("Give Mireo Pulse a key", "Dá uma tecla ao Mireo Pulse"),
          L::text("This desktop does not let apps have Alt+Shift+K. To open the quick panel with "
-                 "a key, bind the command \"mireo-pulse mireopulse://open\" to it in your "
+                 "a key, bind the command \"" MIREO_EXECUTABLE " " MIREO_URL_SCHEME
+                 "://open\" to it in your "
                  "desktop's keyboard settings.",
                  "Este ambiente não deixa as aplicações usar Alt+Shift+K. Para abrir o painel "
-                 "rápido com uma tecla, associa-lhe o comando \"mireo-pulse mireopulse://open\" "
+                 "rápido com uma tecla, associa-lhe o comando \"" MIREO_EXECUTABLE
+                 " " MIREO_URL_SCHEME "://open\" "
                  "nas definições de teclado do teu ambiente."),
          false});
 }

@@ -90,7 +90,7 @@ std::optional<int> handOverIfRunning(int argc, char *argv[], const QVariantMap &
     const QCoreApplication probe(argc, argv);
     // A connection of its own: the shared one, made now, would keep waiting for this
     // application object's event loop to deliver calls, long after it is gone.
-    const QString name = QStringLiteral("mireo-pulse-launch");
+    const QString name = QLatin1StringView(app_names::executable) + QStringLiteral("-launch");
     std::optional<int> handedOver;
     {
         const QDBusConnection bus =
@@ -124,9 +124,9 @@ int runDesktop(int argc, char *argv[])
     QApplication app(count, arguments.data());
     // The Wayland app_id and the dock's name match the desktop entry; X11 windows carry the
     // class the entry's StartupWMClass names. Never Qt's fallback, the bare application name.
-    QGuiApplication::setDesktopFileName(QStringLiteral("com.mireo.Pulse"));
+    QGuiApplication::setDesktopFileName(QString::fromLatin1(app_names::appId));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Mireo Pulse"));
-    x11::setWindowClassForNewWindows("mireo-pulse", "com.mireo.Pulse");
+    x11::setWindowClassForNewWindows(app_names::executable, app_names::appId);
     const Launch launch = launchFrom(QCoreApplication::arguments());
     const QString &link = launch.link;
 

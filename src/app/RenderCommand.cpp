@@ -1,6 +1,7 @@
 #include "app/RenderCommand.h"
 
 #include "app/Headless.h"
+#include "base/AppNames.h"
 #include "base/Clock.h"
 #include "platform/linux/XdgAutostart.h"
 #include "settings/AppSettings.h"
@@ -24,7 +25,7 @@ bool render(QWidget &widget, const QString &path)
 {
     if (ui::renderWidgetToPng(widget, path))
         return true;
-    std::fprintf(stderr, "mireo-pulse: cannot write %s\n", qPrintable(path));
+    std::fprintf(stderr, "%s: cannot write %s\n", app_names::executable, qPrintable(path));
     return false;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/AppNames.h"
+
 #include <QString>
 #include <QUrl>
 #include <functional>
@@ -12,7 +14,7 @@ enum class UrlRoute {
 };
 
 // The scheme the desktop entry registers and the sign-in redirect uses.
-inline constexpr char callbackScheme[] = "mireopulse";
+inline constexpr auto &callbackScheme = app_names::urlScheme;
 
 // The route for `text`. The host is compared as written: QUrl lower-cases hosts, and
 // "mireopulse://OPEN" must not open the panel. The scheme is not looked at here.

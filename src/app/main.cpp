@@ -2,6 +2,7 @@
 #include "app/Follow.h"
 #include "app/Headless.h"
 #include "app/RenderCommand.h"
+#include "base/AppNames.h"
 #include "settings/AppSettings.h"
 #include "settings/Defaults.h"
 
@@ -10,8 +11,8 @@
 
 int main(int argc, char *argv[])
 {
-    QCoreApplication::setOrganizationName(QStringLiteral("mireo"));
-    QCoreApplication::setApplicationName(QStringLiteral("pulse"));
+    QCoreApplication::setOrganizationName(QString::fromLatin1(app_names::settingsOrganisation));
+    QCoreApplication::setApplicationName(QString::fromLatin1(app_names::settingsApplication));
     QCoreApplication::setApplicationVersion(QStringLiteral(MIREO_APP_VERSION));
     if (isRenderCommand(argc, argv))
         return runRenderCommand(argc, argv);

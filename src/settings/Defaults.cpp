@@ -1,5 +1,6 @@
 #include "settings/Defaults.h"
 
+#include "base/AppNames.h"
 #include "base/FixedDecimal.h"
 
 #include <cmath>
@@ -7,7 +8,11 @@
 // Dotted keys are stored literally: QSettings would read '/' as a group separator, which
 // none of our keys use, and a dot needs no escaping.
 
-Defaults::Defaults() : m_settings(QStringLiteral("mireo"), QStringLiteral("pulse")) {}
+Defaults::Defaults()
+    : m_settings(QString::fromLatin1(app_names::settingsOrganisation),
+                 QString::fromLatin1(app_names::settingsApplication))
+{
+}
 
 Defaults::Defaults(const QString &iniPath) : m_settings(iniPath, QSettings::IniFormat) {}
 

@@ -29,7 +29,8 @@ class TestDesktopShell : public QObject
     QString dataHome() const { return m_root.filePath(u"data"_s); }
     QString autostartEntry() const
     {
-        return m_root.filePath(u"config/autostart/mireo-pulse.desktop"_s);
+        return m_root.filePath(u"config/autostart/"_s + QLatin1StringView(app_names::executable) +
+                               u".desktop"_s);
     }
     QString log() const { return m_root.filePath(u"helpers.log"_s); }
     static QString read(const QString &path)
@@ -39,7 +40,7 @@ class TestDesktopShell : public QObject
     }
     QString userEntry() const
     {
-        return read(dataHome() + u"/applications/com.mireo.Pulse.desktop"_s);
+        return read(dataHome() + u"/applications/"_s + QLatin1StringView(DesktopEntry::fileName));
     }
     QStringList helperCalls() const { return read(log()).split(u'\n', Qt::SkipEmptyParts); }
 
@@ -171,13 +172,16 @@ private Q_SLOTS:
         QVERIFY(userEntry().contains(u"\nExec=\""_s + binary + u"\" %u\n"_s));
         // The bus starts this binary for a launcher's Activate or Open, as a launch that is not
         // the user's: one that loses a race for the name leaves quietly.
-        QCOMPARE(read(dataHome() + u"/dbus-1/services/com.mireo.Pulse.service"_s),
-                 u"[D-BUS Service]\nName=com.mireo.Pulse\nExec=\""_s + binary +
-                     u"\" --background\n"_s);
-        QVERIFY(QFile::exists(dataHome() + u"/icons/hicolor/scalable/apps/mireo-pulse.svg"_s));
+        QCOMPARE(read(dataHome() + u"/dbus-1/services/"_s +
+                      QLatin1StringView(DesktopEntry::busServiceFileName)),
+                 u"[D-BUS Service]\nName="_s + QLatin1StringView(app_names::busName) +
+                     u"\nExec=\""_s + binary + u"\" --background\n"_s);
+        QVERIFY(QFile::exists(dataHome() + u"/icons/hicolor/scalable/apps/"_s +
+                              QLatin1StringView(app_names::iconName) + u".svg"_s));
         QTRY_COMPARE(helperCalls().size(), 2);
-        QVERIFY(helperCalls().contains(
-            u"first xdg-mime default com.mireo.Pulse.desktop x-scheme-handler/mireopulse"_s));
+        QVERIFY(helperCalls().contains(u"first xdg-mime default "_s +
+                                       QLatin1StringView(DesktopEntry::fileName) + u' ' +
+                                       QLatin1StringView(DesktopEntry::schemeMimeType)));
         QVERIFY(helperCalls().contains(u"first update-desktop-database "_s + dataHome() +
                                        u"/applications"_s));
 
@@ -196,7 +200,8 @@ private Q_SLOTS:
         const QString prefix = m_root.filePath(u"prefix"_s);
         QDir().mkpath(prefix + u"/bin"_s);
         QDir().mkpath(prefix + u"/share/applications"_s);
-        QFile installed(prefix + u"/share/applications/com.mireo.Pulse.desktop"_s);
+        QFile installed(prefix + u"/share/applications/"_s +
+                        QLatin1StringView(DesktopEntry::fileName));
         QVERIFY(installed.open(QIODevice::WriteOnly));
         installed.close();
         QVERIFY(DesktopEntry::isInstalled(prefix + u"/bin/mireo-pulse"_s));

@@ -58,12 +58,9 @@ private Q_SLOTS:
         QTest::newRow("no fraction") << "2025-03-07T14:30:05Z" << QString();
         QTest::newRow("no zone") << "2025-03-07T14:30:05.123" << QString();
         QTest::newRow("offset without colon") << "2025-03-07T14:30:05.123+0000" << QString();
-        QTest::newRow("space for T") << "2025-03-07 14:30:05.123Z" << QString();
         QTest::newRow("hour 24") << "2025-03-07T24:00:00.000Z" << QString();
         QTest::newRow("30 February") << "2025-02-30T10:00:00.000Z" << QString();
-        QTest::newRow("empty dot") << "2025-03-07T14:30:05.Z" << QString();
         QTest::newRow("trailing text") << "2025-03-07T14:30:05.123Zx" << QString();
-        QTest::newRow("offset cut short") << "2025-03-07T14:30:05.123+05:0" << QString();
         QTest::newRow("minute 60 in offset") << "2025-03-07T14:30:05.123+05:60" << QString();
         QTest::newRow("non-ASCII digits") << u"2025-03-07T14:30:05.\u0661Z"_s << QString();
     }
@@ -106,12 +103,10 @@ private Q_SLOTS:
         };
         broken("fraction for an integer", R"({"accounts":[{"positions":2.5}]})");
         broken("string for a number", R"({"consolidated":{"return_pct":"12.3"}})");
-        broken("number for a boolean", R"({"has_data":1})");
         broken("number for a timestamp", R"({"last_update":1741357805})");
         broken("unused equity still typed", R"({"consolidated":{"total_equity":"lots"}})");
         broken("null account", R"({"accounts":[null]})");
         broken("unsigned out of range", R"({"accounts":[{"positions":9223372036854775808}]})");
-        broken("integer out of range", R"({"accounts":[{"positions":1e19}]})");
         broken("number too large for a double", R"({"consolidated":{"return_pct":1e400}})");
         broken("bad UTF-8 in a string", "{\"last_update\":\"\xff\"}");
         broken("top level array", "[]");
@@ -144,7 +139,6 @@ private Q_SLOTS:
         QTest::newRow("series") << QByteArray(R"({"sparkline":[1,2.5,-3]})") << 3;
         QTest::newRow("empty object") << QByteArray("{}") << -1;
         QTest::newRow("string inside") << QByteArray(R"({"sparkline":[1,"2"]})") << -2;
-        QTest::newRow("null inside") << QByteArray(R"({"sparkline":[1,null,3]})") << -2;
     }
     void stats()
     {
@@ -169,9 +163,7 @@ private Q_SLOTS:
         row("portfolio: totals null", 'p', R"({"accounts":[],"totals":null})", u"0"_s);
         row("portfolio: no accounts", 'p', R"({"plan":"pro"})");
         row("portfolio: count as string", 'p', R"({"accounts":[{"positions":"2"}]})");
-        row("portfolio: fractional count", 'p', R"({"accounts":[{"positions":2.5}]})");
         row("portfolio: switch as number", 'p', R"({"accounts":[],"worker":{"killSwitch":1}})");
-        row("portfolio: equity as string", 'p', R"({"accounts":[],"totals":{"equity":"1"}})");
         row("positions: by value across accounts, stable", 's',
             R"({"accounts":[{"positions":[{"symbol":"A","marketValue":5},{"symbol":"B"},
             {"symbol":"C","marketValue":12}]},{"positions":[{"symbol":"D","marketValue":5},
@@ -190,12 +182,10 @@ private Q_SLOTS:
         row("swing: decided, no trade", 'w',
             R"({"decidedAt":"2025-03-07T15:15:00.000Z","signals":[]})", QString());
         row("swing: no decision yet", 'w', R"({"signals":[]})", u"-"_s);
-        row("swing: decidedAt null", 'w', R"({"decidedAt":null,"signals":[]})", u"-"_s);
         row("swing: signal without symbol", 'w', R"({"decidedAt":"x","signals":[{}]})");
         row("swing: decidedAt as number", 'w', R"({"decidedAt":1,"signals":[]})");
         row("trades: null trades", 't', R"({"trades":null})");
         row("trades: one without symbol", 't', R"({"trades":[{"symbol":"X"},{"side":"b"}]})");
-        row("trades: null element", 't', R"({"trades":[null]})");
         row("trades: price as text", 't', R"({"trades":[{"symbol":"X","fill_price":"1.5"}]})");
         row("trades: unused status still typed", 't', R"({"trades":[{"symbol":"X","status":1}]})");
         row("trades: keys are case-sensitive", 't', R"({"trades":[{"symbol":"X","filledAt":17}]})",

@@ -1,30 +1,31 @@
 # Installs the build into a scratch prefix and checks what the desktop needs landed in place.
 cmake_minimum_required(VERSION 3.25)
+include(${CMAKE_CURRENT_LIST_DIR}/../../cmake/AppNames.cmake)
 file(REMOVE_RECURSE "${PREFIX}")
 execute_process(COMMAND ${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${PREFIX}"
                 RESULT_VARIABLE result OUTPUT_QUIET)
 if(NOT result EQUAL 0)
   message(FATAL_ERROR "cmake --install failed: ${result}")
 endif()
-foreach(path bin/mireo-pulse libexec/mireo-pulse/mireo-pulse-keychain
-             share/applications/com.mireo.Pulse.desktop
-             share/dbus-1/services/com.mireo.Pulse.service
-             share/icons/hicolor/scalable/apps/mireo-pulse.svg
-             share/icons/hicolor/48x48/apps/mireo-pulse.png
-             share/metainfo/com.mireo.Pulse.metainfo.xml)
+foreach(path bin/${MIREO_EXECUTABLE} libexec/${MIREO_EXECUTABLE}/${MIREO_KEYCHAIN_HELPER}
+             share/applications/${MIREO_APP_ID}.desktop
+             share/dbus-1/services/${MIREO_BUS_NAME}.service
+             share/icons/hicolor/scalable/apps/${MIREO_ICON_NAME}.svg
+             share/icons/hicolor/48x48/apps/${MIREO_ICON_NAME}.png
+             share/metainfo/${MIREO_APP_ID}.metainfo.xml)
   if(NOT EXISTS "${PREFIX}/${path}")
     message(FATAL_ERROR "not installed: ${path}")
   endif()
 endforeach()
-file(STRINGS "${PREFIX}/share/applications/com.mireo.Pulse.desktop" entry)
-foreach(line "Exec=mireo-pulse %u" "MimeType=x-scheme-handler/mireopulse;" "Icon=mireo-pulse"
+file(STRINGS "${PREFIX}/share/applications/${MIREO_APP_ID}.desktop" entry)
+foreach(line "Exec=${MIREO_EXECUTABLE} %u" "MimeType=x-scheme-handler/${MIREO_URL_SCHEME};" "Icon=${MIREO_ICON_NAME}"
              "DBusActivatable=true")
   if(NOT line IN_LIST entry)
     message(FATAL_ERROR "the installed entry lacks ${line}")
   endif()
 endforeach()
 # Software centres join the listing to the menu entry by its id: the entry's file name.
-file(READ "${PREFIX}/share/metainfo/com.mireo.Pulse.metainfo.xml" listing)
+file(READ "${PREFIX}/share/metainfo/${MIREO_APP_ID}.metainfo.xml" listing)
 string(REGEX MATCH "<id>([^<]*)</id>" match "${listing}")
 set(id "${CMAKE_MATCH_1}")
 string(REGEX MATCH "<launchable type=\"desktop-id\">([^<]*)</launchable>" match "${listing}")
@@ -32,8 +33,8 @@ if(NOT EXISTS "${PREFIX}/share/applications/${id}.desktop" OR NOT CMAKE_MATCH_1 
   message(FATAL_ERROR "the listing's id '${id}' and launchable '${CMAKE_MATCH_1}' name no installed entry")
 endif()
 # The bus starts the installed binary, by the name the entry's file carries.
-file(STRINGS "${PREFIX}/share/dbus-1/services/com.mireo.Pulse.service" service)
-foreach(line "Name=com.mireo.Pulse" "Exec=${PREFIX}/bin/mireo-pulse --background")
+file(STRINGS "${PREFIX}/share/dbus-1/services/${MIREO_BUS_NAME}.service" service)
+foreach(line "Name=${MIREO_BUS_NAME}" "Exec=${PREFIX}/bin/${MIREO_EXECUTABLE} --background")
   if(NOT line IN_LIST service)
     message(FATAL_ERROR "the installed bus service lacks ${line}")
   endif()
@@ -41,7 +42,7 @@ endforeach()
 
 # The Plasma applet: the root and metadata of the Plasma this build installs for, and the shared
 # files beside them; the other root's metadata must name the same applet.
-set(applet "${PREFIX}/share/plasma/plasmoids/com.mireo.pulse")
+set(applet "${PREFIX}/share/plasma/plasmoids/${MIREO_PLASMOID_ID}")
 foreach(path metadata.json contents/ui/main.qml contents/ui/PulseState.qml
              contents/ui/PulsePanel.qml contents/ui/pulse.js)
   if(NOT EXISTS "${applet}/${path}")
@@ -49,11 +50,11 @@ foreach(path metadata.json contents/ui/main.qml contents/ui/PulseState.qml
   endif()
 endforeach()
 file(READ "${applet}/metadata.json" installed)
-file(READ "${SOURCE_DIR}/data/plasma/plasma5/metadata.json" plasma5)
-file(READ "${SOURCE_DIR}/data/plasma/plasma6/metadata.json" plasma6)
+file(READ "${BUILD_DIR}/data/plasma/plasma5/metadata.json" plasma5)
+file(READ "${BUILD_DIR}/data/plasma/plasma6/metadata.json" plasma6)
 foreach(metadata installed plasma5 plasma6)
   string(JSON id GET "${${metadata}}" KPlugin Id)
-  if(NOT id STREQUAL "com.mireo.pulse")
+  if(NOT id STREQUAL MIREO_PLASMOID_ID)
     message(FATAL_ERROR "${metadata} applet metadata names ${id}")
   endif()
 endforeach()
@@ -71,19 +72,19 @@ endif()
 
 # The GNOME Shell extension: the entry point of the loader this build installs for beside the
 # shared logic; both metadata files name the same extension and split the versions between them.
-set(extension "${PREFIX}/share/gnome-shell/extensions/pulse@mireo.com")
+set(extension "${PREFIX}/share/gnome-shell/extensions/${MIREO_GNOME_EXTENSION_UUID}")
 foreach(path metadata.json extension.js pulse.js)
   if(NOT EXISTS "${extension}/${path}")
     message(FATAL_ERROR "extension file not installed: ${path}")
   endif()
 endforeach()
-file(READ "${SOURCE_DIR}/data/gnome-shell/gnome43/metadata.json" gnome43)
-file(READ "${SOURCE_DIR}/data/gnome-shell/gnome45/metadata.json" gnome45)
+file(READ "${BUILD_DIR}/data/gnome-shell/gnome43/metadata.json" gnome43)
+file(READ "${BUILD_DIR}/data/gnome-shell/gnome45/metadata.json" gnome45)
 string(JSON uuid43 GET "${gnome43}" uuid)
 string(JSON uuid45 GET "${gnome45}" uuid)
 string(JSON first43 GET "${gnome43}" shell-version 0)
 string(JSON first45 GET "${gnome45}" shell-version 0)
-if(NOT uuid43 STREQUAL "pulse@mireo.com" OR NOT uuid45 STREQUAL uuid43 OR
+if(NOT uuid43 STREQUAL MIREO_GNOME_EXTENSION_UUID OR NOT uuid45 STREQUAL uuid43 OR
    NOT first43 STREQUAL "43" OR NOT first45 STREQUAL "45")
   message(FATAL_ERROR "the extension's metadata do not name it or its GNOME versions")
 endif()

@@ -47,7 +47,10 @@ public:
     }
 
     QString folder() const { return m_config.path(); }
-    QString settingsPath() const { return m_config.filePath(QStringLiteral("mireo/pulse.conf")); }
+    QString settingsPath() const
+    {
+        return m_config.filePath(QLatin1StringView(app_names::settingsFile));
+    }
 
     ProcessRun run(const QUrl &service, const QStringList &arguments) const
     {

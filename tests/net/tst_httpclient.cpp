@@ -10,64 +10,25 @@ using namespace std::chrono_literals;
 
 namespace {
 const QString path = u"/api/public/stats"_s;
-
-// Runs one request to the end on the test's event loop.
-net::HttpResponse fetch(net::HttpClient &http, const QUrl &url)
-{
-    std::optional<net::HttpResponse> result;
-    QCoro::connect(http.get(url, 10s), &http, [&](net::HttpResponse r) { result = r; });
-    if (!QTest::qWaitFor([&] { return result.has_value(); }, 5000))
-        qFatal("request never finished");
-    return *result;
-}
 } // namespace
 
 class TestHttpClient : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void outcomes_data()
+    // Half of a cut body may still be valid JSON, and Qt may end the cut reply without an error.
+    // Other failed answers, through the binary, are the fault matrix's.
+    void aCutBodyIsNoAnswer()
     {
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<bool>("drop");
-        QTest::addColumn<bool>("ok");
-        QTest::addColumn<int>("reportedStatus");
-
-        const QByteArray json = R"({"sparkline":[1,2,3]})";
-        // Valid JSON that only the size cap can refuse.
-        const QByteArray padded = json + QByteArray(1536 * 1024, ' ');
-        QTest::newRow("200 empty") << 200 << QByteArray() << false << true << 200;
-        QTest::newRow("over the size cap") << 200 << padded << false << false << 200;
-        QTest::newRow("201 with a body is no success") << 201 << json << false << false << 201;
-        // Half of this is still valid JSON, and Qt may end the cut reply without an error.
-        QTest::newRow("cut mid-body, large")
-            << 200 << json + QByteArray(200'000, ' ') << true << false << 200;
-    }
-    void outcomes()
-    {
-        QFETCH(int, status);
-        QFETCH(QByteArray, body);
-        QFETCH(bool, drop);
-        QFETCH(bool, ok);
-        QFETCH(int, reportedStatus);
-
         testing::StandinFixture standin;
-        standin.server.overrideNext(path, {.status = status, .body = body, .drop = drop});
+        standin.server.overrideNext(
+            path, {.body = R"({"sparkline":[1]})" + QByteArray(200'000, ' '), .drop = true});
         net::HttpClient http("TestAgent/1");
-
-        const net::HttpResponse response = fetch(http, standin.url().resolved(QUrl(path)));
-        QCOMPARE(response.ok, ok);
-        QCOMPARE(response.status, reportedStatus);
-        // A failed exchange never hands its body to anyone.
-        QCOMPARE(response.body, ok ? body : QByteArray());
-        QCOMPARE(standin.server.requests().size(), 1);
-    }
-
-    void refusedConnectionHasNoStatus()
-    {
-        net::HttpClient http("TestAgent/1");
-        QCOMPARE(fetch(http, testing::refusingUrl()).status, 0);
+        std::optional<net::HttpResponse> result;
+        QCoro::connect(http.get(standin.url().resolved(QUrl(path)), 10s), &http,
+                       [&](net::HttpResponse r) { result = r; });
+        QTRY_VERIFY(result.has_value());
+        QVERIFY(!result->ok && result->body.isEmpty());
     }
 
     // A POST with a secret body (the token renewal), redirected by one stand-in (the service)

@@ -1,4 +1,5 @@
 #include "NotificationServerDouble.h"
+#include "base/AppNames.h"
 #include "platform/linux/FreedesktopNotifier.h"
 #include "support/PrivateSessionBus.h"
 
@@ -109,7 +110,8 @@ private Q_SLOTS:
         QCOMPARE(calls[4].replacesId, calls[3].returnedId);
         // Each carries the app's identity; only the last one is silent.
         for (const NotificationServerDouble::Call &call : calls) {
-            QCOMPARE(call.hints.value(u"desktop-entry"_s).toString(), u"com.mireo.Pulse"_s);
+            QCOMPARE(call.hints.value(u"desktop-entry"_s).toString(),
+                     QLatin1StringView(app_names::appId));
             QCOMPARE(call.hints.value(u"suppress-sound"_s).toBool(), call.summary == u"last"_s);
         }
         QCOMPARE(calls[0].appName, u"Mireo Pulse"_s);

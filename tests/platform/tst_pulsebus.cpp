@@ -93,7 +93,8 @@ class TestPulseBus : public QObject
     QDBusMessage call(const QString &method, const QVariantList &args)
     {
         QDBusMessage message = QDBusMessage::createMethodCall(
-            u"com.mireo.Pulse"_s, u"/com/mireo/Pulse"_s, u"org.freedesktop.Application"_s, method);
+            QLatin1StringView(app_names::busName), QLatin1StringView(app_names::objectPath),
+            u"org.freedesktop.Application"_s, method);
         message.setArguments(args);
         QDBusPendingCall pending = appConnection().asyncCall(message, 5000);
         if (!QTest::qWaitFor([&] { return pending.isFinished(); }, 6000))

@@ -1,6 +1,5 @@
 #include "base/FixedDecimal.h"
 #include "ui/Format.h"
-#include "ui/Palette.h"
 #include "ui/PanelSummary.h"
 #include "ui/SparklineView.h"
 
@@ -44,20 +43,16 @@ private Q_SLOTS:
             QLocale::setDefault(previous);
         };
         row("absent", "money", "en_US", std::nullopt, "—");
-        row("half to even, down", "money", "en_US", 1234.5, "$1,234");
-        row("half to even, up", "money", "en_US", 1235.5, "$1,236");
+        row("half to even", "money", "en_US", 1234.5, "$1,234");
         row("negative: dollar sign first", "money", "en_US", -5.0, "$-5");
         // Portuguese groups only from five digits on, with a no-break space.
         row("pt four digits", "money", "pt_PT", 1234.5, "$1234");
         row("pt five digits", "money", "pt_PT", 12345.0, "$12\u00a0345");
-        row("gain", "signed", "en_US", 1204.0, "+$1,204");
-        row("loss", "signed", "en_US", -37.0, "-$37");
         row("negative zero", "signed", "en_US", -0.0, "+$0");
         row("small loss rounds to zero, keeps its sign", "signed", "en_US", -0.4, "-$0");
         row("not a number reads as a loss", "signed", "en_US",
             std::numeric_limits<double>::quiet_NaN(), "-$NaN");
         row("signed, de", "signed", "de_DE", 1204.0, "+$1.204");
-        row("percent", "percent", "de_DE", 12.34, "+12.34%");
         row("binary half rounds as stored", "percent", "de_DE", 12.345, "+12.35%");
         row("tiny loss keeps its minus", "percent", "de_DE", -0.004, "-0.00%");
         row("percent, no grouping", "percent", "de_DE", 1234.5, "+1234.50%");
@@ -74,9 +69,7 @@ private Q_SLOTS:
         };
         fixed("fixed: rounds down", 12.345, 1, "12.3");
         fixed("fixed: exact half to even", 0.5, 0, "0");
-        fixed("fixed: exact half to even, odd", 1.5, 0, "2");
         fixed("fixed: binary above the half", 0.05, 1, "0.1");
-        fixed("fixed: exact quarter", 0.25, 1, "0.2");
         fixed("fixed: large, no grouping", 1e15, 1, "1000000000000000.0");
 
         // Rounded to the nearest unit, days counted in the user's time zone.
@@ -90,10 +83,8 @@ private Q_SLOTS:
         const QDateTime one(QDate(2025, 3, 7), QTime(1, 0), Qt::UTC);
         const qint64 minute = 60'000, hour = 60 * minute, day = 24 * hour;
         phrase("90 s ago rounds up", "en_US", "UTC", friday, -90'000, "2 minutes ago");
-        phrase("23 min 20 s ago rounds down", "en_US", "UTC", friday, -1'400'000, "23 minutes ago");
         phrase("1 h 35 min ahead", "en_US", "UTC", friday, 95 * minute, "in 2 hours");
         phrase("same time yesterday", "en_US", "UTC", friday, -day, "yesterday");
-        phrase("0.4 s ago", "en_US", "UTC", friday, -400, "now");
         phrase("59.6 s ago is a minute", "en_US", "UTC", friday, -59'600, "1 minute ago");
         phrase("day after tomorrow counts whole days", "en_US", "UTC", ten, 47 * hour, "in 2 days");
         phrase("pt minutes", "pt_PT", "UTC", friday, -5 * minute, "há 5 minutos");
@@ -111,7 +102,6 @@ private Q_SLOTS:
         };
         badge("seconds truncate", false, 42'700, "live · 42s (live)");
         badge("90 s is older", false, 90'000, "as of 2 minutes ago");
-        badge("future shows zero", false, -5'000, "live · 0s (live)");
         badge("pt prefix, en phrase", true, 300'000, "há 5 minutes ago");
 
         // Clock times in the user's zone and locale.
@@ -165,7 +155,6 @@ private Q_SLOTS:
         QTest::addColumn<QSizeF>("size");
         QTest::addColumn<PointList>("expected");
 
-        QTest::newRow("empty") << QList<double>{} << QSizeF(344, 26) << PointList{};
         QTest::newRow("flat lies on the bottom band")
             << QList<double>{5, 5} << QSizeF(344, 26) << PointList{{0, 24.7}, {344, 24.7}};
         QTest::newRow("spread over the height") << QList<double>{10, 30, 20} << QSizeF(100, 20)
@@ -183,13 +172,6 @@ private Q_SLOTS:
         QCOMPARE(points.size(), expected.size());
         for (qsizetype i = 0; i < points.size(); ++i)
             QVERIFY((points[i] - expected[i]).manhattanLength() < 1e-6);
-    }
-
-    // Zero counts as a gain.
-    void tone()
-    {
-        QCOMPARE(ui::toneFor(0.0), ui::Tone::Gain);
-        QCOMPARE(ui::toneFor(-0.01), ui::Tone::Loss);
     }
 };
 

@@ -354,13 +354,7 @@ private Q_SLOTS:
                                                 "today: +$120 today (gain)",
                                                 "closing: as of 2:29\u202fPM",
                                                 "badge: live · 42s (live)"};
-        QTest::newRow("observer") << with(withAccount(),
-                                          [](auto &in) {
-                                              in.portfolio->worker->autoExecuteEnabled = false;
-                                          })
-                                  << QStringList{"pill: OBSERVER (secondary)",
-                                                 "auto button: Enable [enabled]", "!next cycle:"};
-        QTest::newRow("no worker record")
+        QTest::newRow("no worker record is an observer")
             << with(withAccount(), [](auto &in) { in.portfolio->worker.reset(); })
             << QStringList{"pill: OBSERVER (secondary)", "auto button: Enable [enabled]",
                            "!next cycle:"};
@@ -382,14 +376,15 @@ private Q_SLOTS:
                     })
             << QStringList{"return: +12.35% (gain)", "ideas: 7 ideas open (secondary)",
                            "!vs:", "!updated:", "!sparkline:"};
-        QTest::newRow("negative return colours the chart")
-            << with(signedOut(), [](auto &in) { in.returnPct = -1.0; })
-            << QStringList{"return: -1.00% (loss)", "sparkline: 5 values (loss)"};
-        QTest::newRow("public error with last fetch")
+        QTest::newRow("public error with last fetch, a loss colours the chart")
             << with(signedOut(),
-                    [](auto &in) { in.pulseError = "offline — showing last known numbers"; })
+                    [](auto &in) {
+                        in.returnPct = -1.0;
+                        in.pulseError = "offline — showing last known numbers";
+                    })
             << QStringList{"public error: offline — showing last known numbers · as of "
-                           "2:25\u202fPM"};
+                           "2:25\u202fPM",
+                           "return: -1.00% (loss)", "sparkline: 5 values (loss)"};
         QTest::newRow("public error never fetched") << with(signedOut(), [](auto &in) {
             in.pulseError = "offline";
             in.fetchedAt.reset();

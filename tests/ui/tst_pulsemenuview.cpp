@@ -89,25 +89,6 @@ class TestPulseMenuView : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void changesInOneTurnRenderOnce()
-    {
-        Stores stores(false);
-        const auto view = stores.view();
-        // The launch refreshes must be over, or their answers render in between.
-        QVERIFY(stores.settle(*view));
-        QSignalSpy rendered(view.get(), &ui::PulseMenuView::rendered);
-        stores.settings.setMenuMetric(u"pct"_s);
-        stores.settings.setLanguage(u"pt"_s);
-        stores.settings.setMenuMetric(u"pnl"_s);
-        QVERIFY(rendered.isEmpty());
-        QVERIFY(rendered.wait());
-        // A second render would be queued behind the first; a marker queued now comes after it.
-        bool marker = false;
-        QTimer::singleShot(0, [&marker] { marker = true; });
-        QTRY_VERIFY(marker);
-        QCOMPARE(rendered.size(), 1);
-    }
-
     // The badge ticks only while shown.
     void shownView()
     {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/AppNames.h"
+
 #include <QDateTime>
 #include <QHash>
 #include <QString>
@@ -23,7 +25,7 @@ class SessionTokens
 {
 public:
     static constexpr int kDefaultLifetime = 3600;
-    static constexpr QLatin1StringView kRedirect{"mireopulse://auth"};
+    static constexpr QLatin1StringView kRedirect{MIREO_URL_SCHEME "://auth"};
 
     struct Issued
     {

@@ -1,20 +1,20 @@
 // What the applet does, whichever Plasma runs it: the commands it runs and how it reads the
-// app's com.mireo.Pulse1 properties. The app decides the title, its tone, whether it is stale
-// and the tool tip; the applet only shows them.
+// app's properties. The app decides the title, its tone, whether it is stale and the tool tip;
+// the applet only shows them. The install fills in the app's names (cmake/AppNames.cmake).
 .pragma library
 
 var nothingKnown = "M\u00B7";
-var service = "com.mireo.Pulse";
-var path = "/com/mireo/Pulse";
-var stateInterface = "com.mireo.Pulse1";
+var service = "@MIREO_BUS_NAME@";
+var path = "@MIREO_OBJECT_PATH@";
+var stateInterface = "@MIREO_STATE_INTERFACE@";
 
 // Starts the app through D-Bus activation when it is not running.
 var start = "gdbus call --session --dest org.freedesktop.DBus" +
     " --object-path /org/freedesktop/DBus --method org.freedesktop.DBus.StartServiceByName" +
-    " com.mireo.Pulse 0";
+    " " + service + " 0";
 
 // The quick panel; activation starts the app first when it is not running.
-var activate = "gdbus call --session --dest com.mireo.Pulse --object-path /com/mireo/Pulse" +
+var activate = "gdbus call --session --dest " + service + " --object-path " + path +
     " --method org.freedesktop.Application.Activate '@a{sv} {}'";
 
 // Plasma 5's one read every two seconds, one light process each: who owns the name while no one

@@ -73,7 +73,7 @@ std::optional<dbusmenu::LayoutItem> DBusMenu::layout(int parentId, int depth,
     return item;
 }
 
-bool DBusMenu::event(int id, const QString &eventId)
+bool DBusMenu::handleEvent(int id, const QString &eventId)
 {
     if (!properties(id, {}))
         return false;
@@ -128,7 +128,7 @@ QDBusVariant DBusMenuAdaptor::GetProperty(int id, const QString &name)
 
 void DBusMenuAdaptor::Event(int id, const QString &eventId, const QDBusVariant &, uint)
 {
-    if (!m_menu->event(id, eventId))
+    if (!m_menu->handleEvent(id, eventId))
         m_menu->refuse(noEntry(id));
 }
 
@@ -136,7 +136,7 @@ QList<int> DBusMenuAdaptor::EventGroup(const QList<dbusmenu::Event> &events)
 {
     QList<int> idErrors;
     for (const dbusmenu::Event &event : events) {
-        if (!m_menu->event(event.id, event.eventId))
+        if (!m_menu->handleEvent(event.id, event.eventId))
             idErrors << event.id;
     }
     return idErrors;

@@ -31,7 +31,7 @@ public:
     std::optional<dbusmenu::LayoutItem> layout(int parentId, int depth,
                                                const QStringList &names) const;
     std::optional<QVariantMap> properties(int id, const QStringList &names) const;
-    bool event(int id, const QString &eventId);
+    bool handleEvent(int id, const QString &eventId);
     // Answers the call being served with the bus's InvalidArgs error.
     void refuse(const QString &what);
 

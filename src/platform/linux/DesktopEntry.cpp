@@ -62,7 +62,8 @@ QString entryFor(const QString &binaryPath)
 
 QString busServiceFor(const QString &binaryPath)
 {
-    return QStringLiteral("[D-BUS Service]\nName=com.mireo.Pulse\nExec=") +
+    return QStringLiteral("[D-BUS Service]\nName=") + QLatin1StringView(app_names::busName) +
+           QStringLiteral("\nExec=") +
            desktop_exec::quotedArgument(QFileInfo(binaryPath).absoluteFilePath()) + u' ' +
            QLatin1StringView(desktop_exec::backgroundArgument) + u'\n';
 }
@@ -75,8 +76,8 @@ bool registerForUser(const QString &binaryPath)
     if (data.isEmpty())
         return false;
     const QString applications = data + QStringLiteral("/applications");
-    writeIfDifferent(data + QStringLiteral("/icons/hicolor/scalable/apps/mireo-pulse.svg"),
-                     resource(QStringLiteral("mireo-pulse.svg")));
+    const QString icon = QLatin1StringView(app_names::iconName) + QStringLiteral(".svg");
+    writeIfDifferent(data + QStringLiteral("/icons/hicolor/scalable/apps/") + icon, resource(icon));
     writeIfDifferent(data + QStringLiteral("/dbus-1/services/") +
                          QLatin1StringView(busServiceFileName),
                      busServiceFor(binaryPath).toUtf8());

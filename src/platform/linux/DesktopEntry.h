@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/AppNames.h"
+
 #include <QString>
 
 // The desktop entry that gives the app a place in menus and makes it the handler of
@@ -7,10 +9,10 @@
 // build folder writes its own into the user's data folder on first run.
 namespace DesktopEntry {
 
-inline constexpr auto fileName = "com.mireo.Pulse.desktop";
+inline constexpr auto fileName = app_names::desktopEntryFile;
 // Lets the session bus start the app for a launcher's Activate or Open.
-inline constexpr auto busServiceFileName = "com.mireo.Pulse.service";
-inline constexpr auto schemeMimeType = "x-scheme-handler/mireopulse";
+inline constexpr auto busServiceFileName = app_names::busServiceFile;
+inline constexpr auto schemeMimeType = "x-scheme-handler/" MIREO_URL_SCHEME;
 
 // True when the binary sits in a prefix that also holds the installed entry.
 bool isInstalled(const QString &binaryPath);

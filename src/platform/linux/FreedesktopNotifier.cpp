@@ -17,7 +17,7 @@ const QString service = QStringLiteral("org.freedesktop.Notifications");
 const QString path = QStringLiteral("/org/freedesktop/Notifications");
 const QString interface = QStringLiteral("org.freedesktop.Notifications");
 const QString appName = QStringLiteral("Mireo Pulse");
-const QString appIcon = QStringLiteral("mireo-pulse");
+const QString appIcon = QString::fromLatin1(app_names::iconName);
 // The desktop entry's id, which D-Bus activation makes the bus name.
 const QString desktopEntry = QString::fromLatin1(pulse_bus::serviceName);
 const QString soundName = QStringLiteral("message-new-instant");

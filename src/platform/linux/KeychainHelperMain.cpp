@@ -1,6 +1,7 @@
 // mireo-pulse-keychain SERVICE: carries out the keychain requests read from standard input (until
 // it ends), in order, and answers each read on standard output. The app starts it for every
 // batch of keychain work, so the keychain's libraries and threads live only as long as the work.
+#include "base/AppNames.h"
 #include "platform/linux/KeychainRequests.h"
 #include "platform/linux/KeychainSecretStore.h"
 
@@ -38,7 +39,8 @@ int main(int argc, char *argv[])
     QCoreApplication app(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() != 2 || arguments[1].isEmpty()) {
-        std::fputs("usage: mireo-pulse-keychain SERVICE (requests on standard input)\n", stderr);
+        std::fprintf(stderr, "usage: %s SERVICE (requests on standard input)\n",
+                     app_names::keychainHelper);
         return 2;
     }
     const QByteArray requests = readRequests();

@@ -1,5 +1,6 @@
 #include "platform/linux/KeychainProcessStore.h"
 
+#include "base/AppNames.h"
 #include "platform/linux/KeychainRequests.h"
 #include "platform/linux/UserLock.h"
 
@@ -80,7 +81,7 @@ KeychainProcessStore::~KeychainProcessStore()
 
 QString KeychainProcessStore::installedHelper()
 {
-    const QString name = QStringLiteral("mireo-pulse-keychain");
+    const QString name = QString::fromLatin1(app_names::keychainHelper);
     const QString beside = QCoreApplication::applicationDirPath() + u'/' + name;
     if (QFileInfo(beside).isExecutable())
         return beside;
@@ -130,7 +131,8 @@ QCoro::Task<std::unique_ptr<SecretStore::Hold>> KeychainProcessStore::hold()
     };
     QPointer<KeychainProcessStore> self(this);
     std::unique_ptr<UserLock> lock = co_await UserLock::acquire(
-        QStringLiteral("mireo-pulse-keychain-%1.lock").arg(m_service), m_holdPatience);
+        QStringLiteral("%1-%2.lock").arg(QLatin1StringView(app_names::keychainHelper), m_service),
+        m_holdPatience);
     if (!self || !lock)
         co_return std::unique_ptr<Hold>();
     auto held = std::make_unique<LockHold>();

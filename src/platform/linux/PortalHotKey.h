@@ -54,7 +54,6 @@ public:
 
     // Starts binding; the answer comes with finished(). False: nothing is bound yet.
     bool registerCombination(QKeyCombination combination) override;
-    bool isBound() const { return m_bound; }
 
 Q_SIGNALS:
     // Once: true when the shortcut is bound (now or in an earlier run), false when there is no

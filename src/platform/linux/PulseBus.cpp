@@ -62,11 +62,11 @@ private:
     QDBusConnection m_bus;
 };
 
-// com.mireo.Pulse1: what the panel shows, for status bars and applets.
+// The state interface: what the panel shows, for status bars and applets.
 class StateAdaptor : public QDBusAbstractAdaptor
 {
     Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "com.mireo.Pulse1")
+    Q_CLASSINFO("D-Bus Interface", MIREO_STATE_INTERFACE)
     Q_PROPERTY(QString Title READ title)
     Q_PROPERTY(QString Status READ status)
     Q_PROPERTY(QString ToolTip READ toolTip)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/AppNames.h"
 #include "platform/linux/FocusToken.h"
 
 #include <QDBusConnection>
@@ -15,15 +16,15 @@ class QDBusMessage;
 // user: every other entry point (a second launch, a link, a status-bar command, a panel applet)
 // is its client. Nothing here ever carries a token.
 namespace pulse_bus {
-inline constexpr char serviceName[] = "com.mireo.Pulse";
-inline constexpr char objectPath[] = "/com/mireo/Pulse";
+inline constexpr auto &serviceName = app_names::busName;
+inline constexpr auto &objectPath = app_names::objectPath;
 inline constexpr char applicationInterface[] = "org.freedesktop.Application";
-inline constexpr char stateInterface[] = "com.mireo.Pulse1";
+inline constexpr auto &stateInterface = app_names::stateInterface;
 struct State;
 } // namespace pulse_bus
 
-// The owner's side: org.freedesktop.Application (Activate, Open) and com.mireo.Pulse1 (Title,
-// Status, ToolTip, Tone, Stale, Metric; ActivateAt, BeginSignIn) at /com/mireo/Pulse. Requests
+// The owner's side: org.freedesktop.Application (Activate, Open) and the state interface (Title,
+// Status, ToolTip, Tone, Stale, Metric; ActivateAt, BeginSignIn) at the object path. Requests
 // that arrive before launch has finished wait for it.
 class PulseBusService : public QObject
 {

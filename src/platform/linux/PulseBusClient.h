@@ -13,8 +13,8 @@
 // a nested event loop: nothing of the caller's runs in the middle of one.
 namespace pulse_bus {
 
-// What the app shows: its com.mireo.Pulse1 properties. The app decides them all, so every panel
-// shows the same tone, staleness and tool tip for a title.
+// What the app shows: the properties of its state interface. The app decides them all, so every
+// panel shows the same tone, staleness and tool tip for a title.
 struct State
 {
     QString title;
@@ -58,7 +58,7 @@ public:
 Q_SIGNALS:
     void appStarted();
     void appStopped();
-    // The com.mireo.Pulse1 properties that changed; see applyProperties.
+    // The state interface's properties that changed; see applyProperties.
     void stateChanged(const QVariantMap &changed);
 
 private Q_SLOTS:

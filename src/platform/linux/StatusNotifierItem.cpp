@@ -19,10 +19,11 @@ int nextInstance = 1;
 QString themeIconName()
 {
     // Hosts prefer a theme name over pixmaps, but show nothing for a name they cannot find.
-    const QString installed =
-        QStandardPaths::locate(QStandardPaths::GenericDataLocation,
-                               QStringLiteral("icons/hicolor/scalable/apps/mireo-pulse.svg"));
-    return installed.isEmpty() ? QString() : QStringLiteral("mireo-pulse");
+    const QString name = QString::fromLatin1(app_names::iconName);
+    const QString installed = QStandardPaths::locate(
+        QStandardPaths::GenericDataLocation,
+        QStringLiteral("icons/hicolor/scalable/apps/") + name + QStringLiteral(".svg"));
+    return installed.isEmpty() ? QString() : name;
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/StatusItem.h"
+#include "base/AppNames.h"
 
 #include <QDBusConnection>
 #include <QDBusServiceWatcher>
@@ -22,9 +23,9 @@ public:
     static constexpr auto itemInterface = "org.kde.StatusNotifierItem";
     static constexpr auto watcherService = "org.kde.StatusNotifierWatcher";
     static constexpr auto watcherPath = "/StatusNotifierWatcher";
-    static constexpr auto id = "mireo-pulse";
+    static constexpr auto id = app_names::executable;
     // Owned by a shell extension that shows the title itself; while it is, the item steps back.
-    static constexpr auto titleShownElsewhere = "com.mireo.Pulse.PanelTitle";
+    static constexpr auto titleShownElsewhere = app_names::panelTitleName;
     // The widest title we expect, so the panel keeps a steady width as the number changes.
     static constexpr auto labelGuide = "M +000.0%";
 

@@ -1,5 +1,7 @@
 #include "platform/linux/UserLock.h"
 
+#include "base/AppNames.h"
+
 #include <QCoroTimer>
 #include <QDeadlineTimer>
 #include <QDir>
@@ -21,8 +23,8 @@ UserLock::UserLock(const QString &fileName)
     // us, 0700, not a link); none at all when neither can be had.
     const QString runtime = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
     if (runtime.isEmpty()) {
-        qWarning("mireo-pulse: no private runtime folder for the lock %s; it cannot be taken",
-                 qPrintable(fileName));
+        qWarning("%s: no private runtime folder for the lock %s; it cannot be taken",
+                 app_names::executable, qPrintable(fileName));
         return;
     }
     const QString path = QDir(runtime).filePath(fileName);
@@ -31,7 +33,7 @@ UserLock::UserLock(const QString &fileName)
     m_fd = ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW,
                   0600);
     if (m_fd < 0)
-        qWarning("mireo-pulse: cannot open the lock %s: %s", qPrintable(path),
+        qWarning("%s: cannot open the lock %s: %s", app_names::executable, qPrintable(path),
                  std::strerror(errno));
 }
 

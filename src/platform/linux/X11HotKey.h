@@ -30,8 +30,6 @@ public:
     ~X11HotKey() override;
 
     bool registerCombination(QKeyCombination combination) override;
-    // Whether there is an X server to grab on.
-    bool hasConnection() const { return m_connection != nullptr; }
 
 private:
     X11HotKey(xcb_connection_t *shared, QObject *parent);

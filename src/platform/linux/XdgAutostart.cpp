@@ -1,5 +1,6 @@
 #include "platform/linux/XdgAutostart.h"
 
+#include "base/AppNames.h"
 #include "platform/linux/DesktopExec.h"
 
 #include <QDir>
@@ -22,7 +23,8 @@ XdgAutostart::XdgAutostart(QString executable) : m_executable(std::move(executab
 QString XdgAutostart::entryPath()
 {
     return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
-           QStringLiteral("/autostart/mireo-pulse.desktop");
+           QStringLiteral("/autostart/") + QLatin1StringView(app_names::executable) +
+           QStringLiteral(".desktop");
 }
 
 QByteArray XdgAutostart::entryFor(const QString &executable)
