@@ -1,22 +1,29 @@
+#include "platform/linux/PortalHotKey.h"
 #include "platform/linux/X11HotKey.h"
+#include "support/PrivateSessionBus.h"
 #include "support/PrivateXServer.h"
+#include "support/ProcessRun.h"
 
+#include <QDBusAbstractAdaptor>
+#include <QDBusMessage>
 #include <QGuiApplication>
-#include <QProcess>
 #include <QScopeGuard>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTest>
+#include <QTimer>
 #include <memory>
+
+using namespace portal_shortcuts;
+using namespace std::chrono_literals;
 
 namespace {
 testing::PrivateXServer *server = nullptr;
 
 bool run(const QString &program, const QStringList &arguments)
 {
-    QProcess process;
-    process.start(program, arguments);
-    return process.waitForFinished(10000) && process.exitCode() == 0;
+    return testing::runToEnd(program, arguments, QProcessEnvironment::systemEnvironment())
+               .exitCode == 0;
 }
 
 // Presses keys through XTEST, as a keyboard would; `keys` is a space-separated sequence.
@@ -44,20 +51,92 @@ bool pressUntilActivated(QSignalSpy &activated, const QString &keys)
             return !activated.isEmpty();
     return false;
 }
+
+// A stand-in of the desktop portal's global shortcuts: answers each request through its
+// Request object's Response, keeps what was bound across sessions as the real one does.
+class ShortcutsPortal : public QDBusAbstractAdaptor
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.GlobalShortcuts")
+    Q_PROPERTY(uint version READ version)
+public:
+    ShortcutsPortal(QObject *parent, QDBusConnection bus) : QDBusAbstractAdaptor(parent), bus(bus)
+    {
+    }
+    uint version() const { return 1; }
+
+    QDBusConnection bus;
+    bool answers = true;
+    uint bindCode = 0; // anything but 0 refuses
+    Shortcuts kept;
+    QList<Shortcuts> bindings;
+    QString session;
+
+    void activate(const QString &sessionPath, const QString &id)
+    {
+        QDBusMessage signal = QDBusMessage::createSignal(QLatin1StringView(path),
+                                                         QLatin1StringView(interface), "Activated");
+        signal << QVariant::fromValue(QDBusObjectPath(sessionPath)) << id << qulonglong(1)
+               << QVariantMap();
+        bus.send(signal);
+    }
+
+public Q_SLOTS:
+    QDBusObjectPath CreateSession(const QVariantMap &options, const QDBusMessage &message)
+    {
+        session = QString::fromLatin1(path) + "/session/caller/" +
+                  options.value("session_handle_token").toString();
+        return answer(message, options, {{"session_handle", session}});
+    }
+    QDBusObjectPath ListShortcuts(const QDBusObjectPath &, const QVariantMap &options,
+                                  const QDBusMessage &message)
+    {
+        return answer(message, options, {{"shortcuts", QVariant::fromValue(kept)}});
+    }
+    // Spelt out in full: QtDBus knows the type by that name.
+    QDBusObjectPath BindShortcuts(const QDBusObjectPath &,
+                                  const QList<portal_shortcuts::Shortcut> &shortcuts,
+                                  const QString &, const QVariantMap &options,
+                                  const QDBusMessage &message)
+    {
+        bindings << shortcuts;
+        if (bindCode == 0)
+            kept = shortcuts;
+        return answer(message, options, {{"shortcuts", QVariant::fromValue(shortcuts)}}, bindCode);
+    }
+
+private:
+    QDBusObjectPath answer(const QDBusMessage &call, const QVariantMap &options,
+                           const QVariantMap &results, uint code = 0)
+    {
+        const QString request = QString::fromLatin1(path) + "/request/" +
+                                call.service().mid(1).replace('.', '_') + '/' +
+                                options.value("handle_token").toString();
+        QTimer::singleShot(0, this, [this, request, results, code] {
+            if (answers)
+                bus.send(QDBusMessage::createSignal(request, QLatin1StringView(requestInterface),
+                                                    "Response")
+                         << code << results);
+        });
+        return QDBusObjectPath(request);
+    }
+};
+
 } // namespace
 
-// The grab on Qt's own X connection (the app on X11) and on a connection of its own (the app
-// on Wayland, with XWayland).
+// The quick panel's key: grabbed on Qt's own X connection (the app on X11) or on a connection of
+// its own (the app on Wayland, with XWayland), or bound through the desktop portal.
 class TestHotKey : public QObject
 {
     Q_OBJECT
 
-    static void requireX(const char *tool = "xdotool")
+    static void requireX()
     {
         if (!server || server->display().isEmpty())
             QSKIP("Xvfb is not installed");
-        if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty())
-            QSKIP("a tool the test needs is not installed");
+        for (const char *tool : {"xdotool", "setxkbmap", "xmodmap"})
+            if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty())
+                QSKIP(tool);
     }
     static std::unique_ptr<X11HotKey> make(bool shared)
     {
@@ -66,6 +145,8 @@ class TestHotKey : public QObject
     }
 
 private Q_SLOTS:
+    void initTestCase() { registerTypes(); }
+
     // Lock keys do not matter, other modifiers do. The key is the one where K sits on a US
     // keyboard, whatever the layout the desktop switches to while the grab is held: under
     // Dvorak the key that types "t", under Russian "л"; the key that types "k" there is
@@ -122,9 +203,6 @@ private Q_SLOTS:
                 run("setxkbmap", {"-layout", "us", "-option"});
         });
         if (!keymap.isEmpty()) {
-            for (const char *tool : {"setxkbmap", "xmodmap"})
-                if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty())
-                    QSKIP("setxkbmap or xmodmap is not installed");
             QVERIFY(run(keymap.first(), keymap.mid(1)));
             QVERIFY(pressUntilActivated(activated, sentinel));
         }
@@ -132,7 +210,7 @@ private Q_SLOTS:
     }
 
     // Another X client got there first: the grab fails and nothing fires here. A second
-    // combination, one X cannot name, or no server at all is refused too.
+    // combination, or one X cannot name, is refused too.
     void aCombinationTakenElsewhereStaysInert()
     {
         requireX();
@@ -150,8 +228,61 @@ private Q_SLOTS:
         QVERIFY(!owner.registerCombination(Qt::AltModifier | Qt::Key_J));
         QVERIFY(
             !X11HotKey(server->display()).registerCombination(Qt::AltModifier | Qt::Key_Escape));
-        for (const QByteArray &display : {QByteArray(), QByteArray(":4242"), QByteArray("x y")})
-            QVERIFY(!X11HotKey(display).registerCombination(HotKey::quickPanelCombination));
+    }
+
+    // Bound once and kept by the portal: a restart finds it listed and binds nothing; a portal
+    // that refuses (any code but 0), never answers or is not there leaves the key unbound. Only
+    // our session's shortcut toggles.
+    void binding_data()
+    {
+        QTest::addColumn<QString>("portal");
+        QTest::addColumn<bool>("bound");
+        QTest::addColumn<int>("bindCalls");
+        QTest::newRow("first run binds") << "fresh" << true << 1;
+        QTest::newRow("restart finds the binding") << "kept" << true << 0;
+        QTest::newRow("user cancels") << "cancelled" << false << 1;
+        QTest::newRow("never answers") << "silent" << false << 0;
+        QTest::newRow("no portal") << "absent" << false << 0;
+    }
+    void binding()
+    {
+        QFETCH(QString, portal);
+        QFETCH(bool, bound);
+        QFETCH(int, bindCalls);
+        testing::PrivateSessionBus bus;
+        QVERIFY(bus.isRunning());
+        QDBusConnection desktop = bus.connect("portal");
+        QObject object;
+        ShortcutsPortal stand(&object, desktop);
+        if (portal != "absent") {
+            QVERIFY(desktop.registerObject(QLatin1StringView(path), &object));
+            QVERIFY(desktop.registerService(QLatin1StringView(service)));
+        }
+        if (portal == "kept")
+            stand.kept = {{QLatin1StringView(quickPanelId), {}}};
+        stand.bindCode = portal == "cancelled" ? 1 : 0;
+        stand.answers = portal != "silent";
+
+        PortalHotKey key(bus.connect("app"), "Show or hide the quick panel", 300ms);
+        QSignalSpy finished(&key, &PortalHotKey::finished);
+        QSignalSpy activated(&key, &HotKey::activated);
+        QVERIFY(!key.registerCombination(HotKey::quickPanelCombination));
+        QVERIFY(finished.wait(2000));
+        QCOMPARE(finished.first().first().toBool(), bound);
+        QCOMPARE(stand.bindings.size(), bindCalls);
+        if (bindCalls) {
+            const Shortcut asked = stand.bindings.first().value(0);
+            QCOMPARE(asked.id, u"quick-panel"_qs);
+            QCOMPARE(asked.properties.value("preferred_trigger").toString(), u"ALT+SHIFT+k"_qs);
+        }
+        if (!bound)
+            return;
+        stand.activate(stand.session + "_other", QLatin1StringView(quickPanelId));
+        stand.activate(stand.session, "other");
+        stand.activate(stand.session, QLatin1StringView(quickPanelId));
+        QVERIFY(activated.wait(2000));
+        QTest::qWait(50);
+        QCOMPARE(activated.size(), 1);
     }
 };
 

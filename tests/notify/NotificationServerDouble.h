@@ -19,50 +19,46 @@ public:
     {
         QString appName;
         uint replacesId;
-        QString appIcon;
         QString summary;
         QString body;
         QVariantMap hints;
         uint returnedId;
     };
     QList<Call> calls;
-    // A hung server: calls are received and recorded but never answered.
-    bool hung = false;
+    bool hung = false; // calls are recorded but never answered
 
     // Registers the object and takes the well-known name on `bus`.
     bool serveOn(QDBusConnection bus)
     {
         m_bus = bus;
-        return bus.registerObject(QStringLiteral("/org/freedesktop/Notifications"), this,
-                                  QDBusConnection::ExportAllSlots) &&
-               bus.registerService(QStringLiteral("org.freedesktop.Notifications"));
+        return bus.registerObject(path, this, QDBusConnection::ExportAllSlots) &&
+               bus.registerService(name);
     }
     void stop()
     {
-        m_bus.unregisterService(QStringLiteral("org.freedesktop.Notifications"));
-        m_bus.unregisterObject(QStringLiteral("/org/freedesktop/Notifications"));
+        m_bus.unregisterService(name);
+        m_bus.unregisterObject(path);
     }
 
 public Q_SLOTS:
-    uint Notify(const QString &appName, uint replacesId, const QString &appIcon,
-                const QString &summary, const QString &body, const QStringList &,
-                const QVariantMap &hints, int)
+    uint Notify(const QString &appName, uint replacesId, const QString &, const QString &summary,
+                const QString &body, const QStringList &, const QVariantMap &hints, int)
     {
-        if (hung)
-            setDelayedReply(true);
+        setDelayedReply(hung);
         const uint id = replacesId ? replacesId : ++m_lastId;
-        calls.append({appName, replacesId, appIcon, summary, body, hints, id});
+        calls.append({appName, replacesId, summary, body, hints, id});
         return id;
     }
     // Its answer is the permission; the values are never read.
     QString GetServerInformation(QString &, QString &, QString &)
     {
-        if (hung)
-            setDelayedReply(true);
+        setDelayedReply(hung);
         return QStringLiteral("double");
     }
 
 private:
+    static inline const QString name = QStringLiteral("org.freedesktop.Notifications");
+    static inline const QString path = QStringLiteral("/org/freedesktop/Notifications");
     QDBusConnection m_bus{QString()};
     uint m_lastId = 0;
 };

@@ -1,20 +1,25 @@
+#include "app/PanelPlacement.h"
+#include "app/PopoverWindow.h"
+#include "app/QuickPanel.h"
 #include "platform/linux/DesktopEntry.h"
 #include "platform/linux/DesktopExec.h"
 #include "platform/linux/XdgAutostart.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QDir>
 #include <QFile>
-#include <QFileInfo>
+#include <QLabel>
+#include <QScreen>
 #include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
 
-// The desktop files written for the user: the entry of a build run from its build folder, in a
+// The desktop shell: where the quick panel and the popover go and how they open and close, and
+// the desktop files written for the user: the entry of a build run from its build folder, in a
 // temporary XDG_DATA_HOME, with stand-ins for xdg-mime and update-desktop-database on PATH that
 // log each call with the MIREO_TEST_TAG of the moment; and the autostart entry.
-class TestDesktopEntry : public QObject
+class TestDesktopShell : public QObject
 {
     Q_OBJECT
 
@@ -28,17 +33,92 @@ class TestDesktopEntry : public QObject
                                u".desktop"_s);
     }
     QString log() const { return m_root.filePath(u"helpers.log"_s); }
-    static QByteArray read(const QString &path)
+    static QString read(const QString &path)
     {
         QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
     }
-    QStringList helperCalls() const
+    QString userEntry() const
     {
-        return QString::fromUtf8(read(log())).split(u'\n', Qt::SkipEmptyParts);
+        return read(dataHome() + u"/applications/"_s + QLatin1StringView(DesktopEntry::fileName));
     }
+    QStringList helperCalls() const { return read(log()).split(u'\n', Qt::SkipEmptyParts); }
 
 private Q_SLOTS:
+    // The quick panel (no anchor) centred, raised above the centre, never cut off; the popover
+    // under or over the item that was clicked, inside the screen's available area.
+    void topLeft_data()
+    {
+        QTest::addColumn<QPoint>("placed");
+        QTest::addColumn<QPoint>("expected");
+        const auto row = [](const char *name, QRect available, std::optional<QPoint> anchor,
+                            QSize size, QPoint expected) {
+            QTest::newRow(name) << (anchor
+                                        ? PanelPlacement::popoverTopLeft(*anchor, size, available)
+                                        : PanelPlacement::quickPanelTopLeft(available, size))
+                                << expected;
+        };
+        const QSize size(340, 300);
+        const int gap = PanelPlacement::popoverGap;
+        const std::optional<QPoint> quickPanel;
+        row("panel: laptop frame", QRect(0, 0, 1512, 944), quickPanel, size, QPoint(586, 209));
+        row("panel: taller than the raise allows", QRect(0, 0, 800, 600), quickPanel,
+            QSize(340, 560), QPoint(230, 0));
+        row("panel: wider than the screen", QRect(100, 0, 300, 600), quickPanel, size,
+            QPoint(100, 78));
+        row("popover: item in a top panel", QRect(0, 28, 1920, 1052), QPoint(1700, 30), size,
+            QPoint(1530, 30 + gap));
+        // The click lands on the panel itself, outside the available area.
+        row("popover: click inside the top panel", QRect(0, 28, 1920, 1052), QPoint(1700, 12), size,
+            QPoint(1530, 28));
+        row("popover: bottom panel opens above", QRect(0, 0, 1920, 1040), QPoint(1800, 1060), size,
+            QPoint(1580, 740));
+        row("popover: left panel", QRect(48, 0, 1872, 1080), QPoint(20, 500), size,
+            QPoint(48, 500 + gap));
+        row("popover: widget-local point goes top right", QRect(0, 0, 1280, 800), QPoint(11, 17),
+            size, QPoint(940, 34 + gap));
+    }
+    void topLeft()
+    {
+        QFETCH(QPoint, placed);
+        QFETCH(QPoint, expected);
+        QCOMPARE(placed, expected);
+    }
+
+    // It takes its content's size and the focus, and hides when another window takes it.
+    void takesItsContentsSizeAndFocus()
+    {
+        QuickPanel panel;
+        auto *content = new QLabel(u"<b>MIREO</b> +12.3%"_s);
+        content->setFocusPolicy(Qt::StrongFocus);
+        content->setFixedSize(360, 220);
+        panel.setContent(content);
+        panel.toggle();
+        QVERIFY(QTest::qWaitForWindowActive(&panel));
+        QCOMPARE(panel.size(), QSize(360, 220));
+        QCOMPARE(QApplication::focusWidget(), content);
+        QWidget other;
+        other.resize(200, 100);
+        other.show();
+        other.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&other));
+        QTRY_VERIFY(panel.isHidden());
+    }
+
+    // The click on the item that closed the popover from outside must not open it again.
+    void closingClickDoesNotReopen()
+    {
+        PopoverWindow popover;
+        const QPoint click = QGuiApplication::primaryScreen()->availableGeometry().center();
+        popover.toggle(click);
+        QVERIFY(QTest::qWaitForWindowExposed(&popover));
+        popover.close(); // what Qt does on a press outside a popup
+        popover.toggle(click);
+        QVERIFY(popover.isHidden());
+        // A later click opens it again.
+        QTRY_VERIFY(popover.isVisible() || (popover.toggle(click), false));
+    }
+
     void initTestCase()
     {
         const QString helpers = m_root.filePath(u"helpers"_s);
@@ -89,15 +169,13 @@ private Q_SLOTS:
         QVERIFY(DesktopEntry::registerForUser(binary));
 
         // The entry's other lines are the installed entry's, checked where it is installed.
-        QVERIFY(QString::fromUtf8(read(dataHome() + u"/applications/"_s +
-                                       QLatin1StringView(DesktopEntry::fileName)))
-                    .contains(u"\nExec=\""_s + binary + u"\" %u\n"_s));
+        QVERIFY(userEntry().contains(u"\nExec=\""_s + binary + u"\" %u\n"_s));
         // The bus starts this binary for a launcher's Activate or Open, as a launch that is not
         // the user's: one that loses a race for the name leaves quietly.
         QCOMPARE(read(dataHome() + u"/dbus-1/services/"_s +
                       QLatin1StringView(DesktopEntry::busServiceFileName)),
-                 "[D-BUS Service]\nName="_ba + app_names::busName + "\nExec=\"" + binary.toUtf8() +
-                     "\" --background\n");
+                 u"[D-BUS Service]\nName="_s + QLatin1StringView(app_names::busName) +
+                     u"\nExec=\""_s + binary + u"\" --background\n"_s);
         QVERIFY(QFile::exists(dataHome() + u"/icons/hicolor/scalable/apps/"_s +
                               QLatin1StringView(app_names::iconName) + u".svg"_s));
         QTRY_COMPARE(helperCalls().size(), 2);
@@ -114,9 +192,7 @@ private Q_SLOTS:
         const QString moved = m_root.filePath(u"elsewhere/mireo-pulse"_s);
         qputenv("MIREO_TEST_TAG", "moved");
         QVERIFY(DesktopEntry::registerForUser(moved));
-        QVERIFY(QString::fromUtf8(read(dataHome() + u"/applications/"_s +
-                                       QLatin1StringView(DesktopEntry::fileName)))
-                    .contains(u"\nExec="_s + moved + u" %u\n"_s));
+        QVERIFY(userEntry().contains(u"\nExec="_s + moved + u" %u\n"_s));
         QTRY_COMPARE(helperCalls().size(), 4);
         QCOMPARE(helperCalls().filter(u"again "_s), QStringList());
 
@@ -130,9 +206,7 @@ private Q_SLOTS:
         installed.close();
         QVERIFY(DesktopEntry::isInstalled(prefix + u"/bin/mireo-pulse"_s));
         QVERIFY(!DesktopEntry::registerForUser(prefix + u"/bin/mireo-pulse"_s));
-        QVERIFY(QString::fromUtf8(read(dataHome() + u"/applications/"_s +
-                                       QLatin1StringView(DesktopEntry::fileName)))
-                    .contains(u"\nExec="_s + moved + u" %u\n"_s));
+        QVERIFY(userEntry().contains(u"\nExec="_s + moved + u" %u\n"_s));
     }
 
     void autostartRegistersAndUnregisters()
@@ -144,16 +218,8 @@ private Q_SLOTS:
         QVERIFY(item.unregisterItem());
         QCOMPARE(item.status(), LoginItem::Status::NotRegistered);
         QVERIFY(item.unregisterItem()); // nothing left to remove is not a failure
-
-        // A file where the autostart folder should be: the entry cannot be written.
-        const QString folder = QFileInfo(autostartEntry()).path();
-        QVERIFY(QDir(folder).removeRecursively());
-        QFile blocker(folder);
-        QVERIFY(blocker.open(QIODevice::WriteOnly));
-        QVERIFY(!item.registerItem());
-        QFile::remove(folder);
     }
 };
 
-QTEST_GUILESS_MAIN(TestDesktopEntry)
-#include "tst_desktopentry.moc"
+QTEST_MAIN(TestDesktopShell)
+#include "tst_desktopshell.moc"
