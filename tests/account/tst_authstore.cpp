@@ -86,8 +86,7 @@ private Q_SLOTS:
                      u"/auth/v1/authorize?provider=google&redirect_to=mireopulse://auth"_s);
         QVERIFY(rig.standin.server.requests().isEmpty());
 
-        // A first load that fails says so; with numbers on screen the fault matrix shows they
-        // stay.
+        // A first load that fails says so.
         rig.standin.answer(portfolioPath, 200, R"({"plan":"x"})");
         store.handleCallback(QUrl(u"mireopulse://auth#access_token=A&refresh_token=R"_s));
         QTRY_COMPARE(store.lastError(), u"could not load your account"_s);
@@ -147,7 +146,6 @@ private Q_SLOTS:
         }
     }
 
-    // Failed renewals are the fault matrix's, through the real binary.
     void refresh_data()
     {
         QTest::addColumn<QByteArray>("body");
@@ -168,8 +166,7 @@ private Q_SLOTS:
         rig.store->handleCallback(QUrl(u"mireopulse://auth#access_token=X&refresh_token=Y"_s));
         rig.clock.set(rig.clock.now().addSecs(2 * 3600));
         rig.standin.answer(tokenPath, 200, body);
-        // Another process renewing holds the keychain: this renewal waits for it before it reads
-        // the refresh token, so the two never present the same one.
+        // Another process renewing holds the keychain: this renewal waits before it reads.
         rig.secrets.heldElsewhere = true;
         const int holdsBefore = rig.secrets.holdsAsked;
         // Two at once spend the refresh token once: the second finds the first's work.
@@ -194,8 +191,7 @@ private Q_SLOTS:
         QCOMPARE(rig.requestsTo(positionsPath).value(0).header("Authorization"), "Bearer A2");
     }
 
-    // A renewal answered after "Sign out" stores nothing, whichever process ran it, and the
-    // next start is signed out.
+    // A renewal answered after "Sign out" stores nothing, whichever process ran it.
     void signOutOutlivesARenewal_data()
     {
         QTest::addColumn<bool>("elsewhere");
@@ -387,19 +383,6 @@ private Q_SLOTS:
         // Only the reloaded portfolio shows the new state.
         QCOMPARE(rig.store->portfolio()->worker->autoExecuteEnabled, !accepted || reload != 200);
         QCOMPARE(rig.requestsTo(portfolioPath).size(), accepted ? 1 : 0);
-    }
-
-    void lostKeychainWriteMeansSignInNextLaunch()
-    {
-        Rig rig;
-        rig.secrets.available = false;
-        rig.signIn();
-        QVERIFY(rig.store->isSignedIn());
-        rig.store.reset();
-        rig.defaults.reopen();
-        AuthStore &restarted = rig.startAndRestore();
-        QVERIFY(!restarted.isSignedIn() && !restarted.portfolio());
-        QVERIFY(rig.requestsTo(tokenPath).isEmpty());
     }
 };
 

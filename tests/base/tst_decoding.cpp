@@ -9,9 +9,7 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-// What an account body decodes to, in one line: the open positions of a portfolio, the symbols
-// of the positions in their sorted order, today's decision's symbols ("-": none yet); or
-// "rejected".
+// A portfolio's open positions, positions' sorted symbols, a decision's symbols ("-": none).
 QString decoded(char kind, const QByteArray &body)
 {
     QStringList symbols;
@@ -36,8 +34,7 @@ QString decoded(char kind, const QByteArray &body)
 }
 } // namespace
 
-// The service's bodies decode strictly: one wrong member fails the whole body. Bodies that are
-// no JSON at all, empty or cut off are the fault matrix's, through the binary.
+// The service's bodies decode strictly: one wrong member fails the whole body.
 class TestDecoding : public QObject
 {
     Q_OBJECT
@@ -72,8 +69,7 @@ private Q_SLOTS:
         QCOMPARE(parsed ? base::isoUtcMillis(*parsed) : QString(), utc);
     }
 
-    // Decoded as "hasData returnPct vsSpyPct positions lastUpdate", "-" where absent; empty
-    // when the body is refused.
+    // "hasData returnPct vsSpyPct positions lastUpdate"; empty when the body is refused.
     void trackRecord_data()
     {
         QTest::addColumn<QByteArray>("body");
@@ -131,24 +127,7 @@ private Q_SLOTS:
                  decoded);
     }
 
-    void stats_data()
-    {
-        QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<int>("length"); // -1: no series, -2: refused
-
-        QTest::newRow("series") << QByteArray(R"({"sparkline":[1,2.5,-3]})") << 3;
-        QTest::newRow("empty object") << QByteArray("{}") << -1;
-        QTest::newRow("string inside") << QByteArray(R"({"sparkline":[1,"2"]})") << -2;
-    }
-    void stats()
-    {
-        QFETCH(QByteArray, body);
-        QFETCH(int, length);
-        const auto stats = decodeStats(body);
-        QCOMPARE(!stats ? -2 : stats->sparkline ? int(stats->sparkline->size()) : -1, length);
-    }
-
-    // Portfolio, poSitions, sWing or Trades; the type rules the track record shows are shared.
+    // Portfolio, poSitions, sWing or Trades.
     void accountBodies_data()
     {
         QTest::addColumn<char>("kind");

@@ -27,8 +27,7 @@ std::pair<qsizetype, qint64> usage()
 }
 } // namespace
 
-// Many refresh cycles of both stores against the stand-in, good answers mixed with cut
-// connections, errors, oversized and slow bodies: no descriptor and no memory is left behind.
+// Refresh cycles of both stores with faults mixed in leave no descriptor and no memory behind.
 // MIREO_RESOURCE_CYCLES sets the number of measured cycles.
 class TestResources : public QObject
 {
@@ -53,13 +52,12 @@ class TestResources : public QObject
                                           u"/api/mobile/portfolio"_s, u"/api/mobile/positions"_s};
         if (index % 2 == 0)
             m_standin.server.overrideNext(paths[(index / 2) % paths.size()], fault);
-        // Every cycle renews the session too.
         m_account.clock.set(m_account.clock.now().addSecs(7200));
         QSignalSpy finished(m_pulse.get(), &PulseStore::refreshFinished);
         m_pulse->refresh();
         QCoro::waitFor(m_account.store->loadPortfolio());
         QVERIFY(QTest::qWaitFor([&] { return !finished.isEmpty(); }, 5000));
-        // Let the replies and sockets that were aborted be deleted, as the event loop would.
+        // Aborted replies and sockets are deleted later, as the event loop would.
         QCoreApplication::processEvents();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
@@ -90,10 +88,9 @@ private Q_SLOTS:
                      heapAfter);
 
         QVERIFY(m_account.store->isSignedIn() && m_pulse->returnPct()); // still working
-        // A connection or two may be open or closing at either moment; never one per cycle.
+        // A connection or two may be open or closing; never one per cycle.
         QVERIFY(descriptorsAfter <= descriptorsBefore + 2);
-        // The stand-in in this process keeps every access token it issued (about 100 bytes a
-        // cycle); anything near a body per cycle would be a leak.
+        // The stand-in keeps each access token it issued (~100 bytes a cycle), nothing more.
         QVERIFY(heapAfter - heapBefore < 512);
     }
 };

@@ -16,7 +16,6 @@ class TestHttpClient : public QObject
     Q_OBJECT
 private Q_SLOTS:
     // Half of a cut body may still be valid JSON, and Qt may end the cut reply without an error.
-    // Other failed answers, through the binary, are the fault matrix's.
     void aCutBodyIsNoAnswer()
     {
         testing::StandinFixture standin;
@@ -31,7 +30,6 @@ private Q_SLOTS:
     }
 
     // Redirects never followed: down to http, without a location, or a status that is none.
-    // What is followed, to this origin or another, is the fault matrix's, through the binary.
     void refusedRedirects_data()
     {
         QTest::addColumn<int>("status");

@@ -42,7 +42,6 @@ class TestNotificationStore : public QObject
 {
     Q_OBJECT
 
-    // A signed-in account against the stand-in, and the store under test over its own marks.
     struct Rig : testing::AccountRig
     {
         testing::TempDefaults marks;
@@ -52,7 +51,6 @@ class TestNotificationStore : public QObject
         // Signed in with no portfolio yet.
         bool signIn()
         {
-            // The launch restore comes first, as in the app; with no stored session it is quick.
             AuthStore &auth = startAndRestore();
             standin.answer(portfolioPath, 500, {});
             auth.beginSignIn();
@@ -91,8 +89,7 @@ class TestNotificationStore : public QObject
 private Q_SLOTS:
     void init() { Defaults::shared().setString(u"app.language"_s, u"en"_s); }
 
-    // Decision rows answer the swing call, fill rows the trades call; the other one fails. A
-    // fill's first sighting and ones seen before are the end-to-end test's.
+    // Decision rows answer the swing call, fill rows the trades call; the other one fails.
     void marks_data()
     {
         QTest::addColumn<QString>("key");
@@ -142,7 +139,6 @@ private Q_SLOTS:
             trades(R"({"symbol":"N","status":"filled","filled_at":null},
                 {"symbol":"M","filled_at":"2026-03-02T15:10:00Z"},{"symbol":"O","status":"new"})"),
             u"2026-03-02T15:10:00Z"_s, {u"fill-2026-03-02T15:10:00Z-M | Order filled | TRADE M"_s});
-        // Rounding and no grouping are the fixed decimals' (tst_format).
         row("side upper-cased, price with two decimals", fillKey, t15, 200,
             trades(
                 R"({"symbol":"BRK","side":"Sell","filled_at":"2026-03-02T15:02:00Z","fill_price":7},
@@ -227,9 +223,8 @@ private Q_SLOTS:
         QCOMPARE(stored ? QVariant(*stored) : QVariant(), markAfter);
     }
 
-    // The checks run in order, a failing trades call does not keep the kill switch from being
-    // looked at, and two checks at once (the launch's and the first poll tick's) announce once.
-    // Before the permission answer, refused or signed out, nothing is asked or announced.
+    // In order; failed trades leave the kill switch checked; two at once announce once; without
+    // permission or session nothing is asked.
     void checks_data()
     {
         QTest::addColumn<int>("tradesStatus");

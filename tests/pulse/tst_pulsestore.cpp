@@ -39,7 +39,6 @@ class TestPulseStore : public QObject
 {
     Q_OBJECT
 
-    // Everything one store needs, against one stand-in.
     struct Rig
     {
         testing::StandinFixture standin;
@@ -80,8 +79,7 @@ class TestPulseStore : public QObject
 private Q_SLOTS:
     void init() { Defaults::shared().setString(u"app.language"_s, u"en"_s); }
 
-    // What a good refresh shows is tst_headless's, through the binary; here the cache under its
-    // fixed names (the settings file outlives a release), and the series cut to its last 30.
+    // The cache under its fixed names (the file outlives a release); the series cut to its last 30.
     void successCachesAndTrims()
     {
         Rig rig;
@@ -100,9 +98,7 @@ private Q_SLOTS:
             QVERIFY(request.header("Authorization").isNull());
     }
 
-    // Which failures count, the requests that follow and the cache they leave, through the
-    // binary's eyes: the fault matrix. Here what it cannot see: a record still being built,
-    // and lines in the language of the moment.
+    // What the fault matrix cannot see: a record still being built, and lines in Portuguese.
     void failureKeepsTheLastNumbers_data()
     {
         QTest::addColumn<QByteArray>("record");
@@ -154,16 +150,7 @@ private Q_SLOTS:
         QVERIFY(rig.defaults->date(u"cache.pulse.fetchedAt"_s));
     }
 
-    // An offline restart shows the cache at once, but only a cache that says when it was fetched.
-    void aCacheWithoutItsTimeIsNotShown()
-    {
-        Rig rig;
-        rig.defaults->setNumber(u"cache.pulse.returnPct"_s, 4.0);
-        QCOMPARE(rig.start(testing::refusingUrl()).returnPct(), std::nullopt);
-    }
-
-    // A new series shows once it has three values; a failed one leaves the old in place. The cut
-    // to 30 is above, a malformed series through the binary is the fault matrix's.
+    // A new series shows once it has three values; a failed one leaves the old in place.
     void statsRules_data()
     {
         QTest::addColumn<int>("status");

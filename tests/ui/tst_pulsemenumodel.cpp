@@ -23,8 +23,7 @@ Q_DECLARE_METATYPE(ui::PulseMenuInput)
 
 namespace {
 
-// Popover inputs: a signed-out user with public numbers, and an account with auto-execution on,
-// on Friday 09:30 in New York (the day's cycle at 10:15 is 45 minutes away).
+// Friday 09:30 in New York: the day's cycle at 10:15 is 45 minutes away.
 const QDateTime now(QDate(2025, 3, 7), QTime(14, 30), Qt::UTC);
 
 ui::PulseMenuInput signedOut()
@@ -107,8 +106,7 @@ template <typename T> QStringList line(const char *what, const std::optional<T> 
     return value ? QStringList{QString::fromLatin1(what) + ": " + Text::of(*value)} : QStringList();
 }
 
-// The model flattened to one line per visible thing, in no particular order, so each row of the
-// table can name what must and must not show.
+// The model flattened to one line per visible thing, for the rows to name what (never) shows.
 QStringList describe(const ui::PulseMenuModel &m)
 {
     QStringList out;
@@ -167,7 +165,6 @@ QStringList describe(const ui::PulseMenuModel &m)
     return out;
 }
 
-// Screenshots for people to look at, next to the test binary.
 QString artifact(const QString &name)
 {
     const QString dir = QStringLiteral(QT_TESTCASE_BUILDDIR "/artifacts");
@@ -230,8 +227,7 @@ QStringList layoutProblems(QWidget &root, const QRect &area)
     return problems;
 }
 
-// The popover's column for `input`, drawn into an artifact named `name`; empty when every
-// leaf fits, and it looks as a fresh one does although it showed another state first.
+// The popover's column for `input`, drawn into an artifact: what does not fit, or lingers.
 QStringList layoutProblemsOf(const PulseMenuInput &input, const QString &name)
 {
     QWidget host;
@@ -263,8 +259,7 @@ QStringList layoutProblemsOf(const PulseMenuInput &input, const QString &name)
 
 } // namespace
 
-// The popover's rules: what each state shows and leaves out, and that each fits its column in
-// both languages (the pictures land in artifacts/ for people to look at).
+// What each popover state shows and leaves out, and that it fits in both languages.
 class TestPulseMenuModel : public QObject
 {
     Q_OBJECT
@@ -455,7 +450,6 @@ private Q_SLOTS:
                                                : lines.contains(expected),
                      qPrintable(expected + "\n  " + lines.join("\n  ")));
 
-        // Every state fits the column in both languages; the pictures are for people.
         if (input.confirmingPause || input.confirmingEnable)
             return; // the question covers the column on purpose
         const QString name = QString::fromLatin1(QTest::currentDataTag()).replace(u' ', u'-');
