@@ -47,14 +47,6 @@ class TestAuthStore : public QObject
                 qFatal("the account did not load");
             standin.server.clearRequests();
         }
-        QList<standin::Request> requestsTo(const QString &path) const
-        {
-            QList<standin::Request> matching;
-            for (const auto &request : standin.server.requests())
-                if (request.path == path)
-                    matching.append(request);
-            return matching;
-        }
     };
 
 private Q_SLOTS:
@@ -140,9 +132,10 @@ private Q_SLOTS:
         QCOMPARE(store.lastError().value_or(QString()), error);
         if (store.isSignedIn()) {
             // The access token is in use at once, without a refresh first.
-            QTRY_VERIFY(!rig.requestsTo(portfolioPath).isEmpty());
-            QCOMPARE(rig.requestsTo(portfolioPath).first().header("Authorization"), "Bearer A");
-            QVERIFY(rig.requestsTo(tokenPath).isEmpty());
+            QTRY_VERIFY(!rig.standin.requestsFor(portfolioPath).isEmpty());
+            QCOMPARE(rig.standin.requestsFor(portfolioPath).first().header("Authorization"),
+                     "Bearer A");
+            QVERIFY(rig.standin.requestsFor(tokenPath).isEmpty());
         }
     }
 
@@ -172,13 +165,15 @@ private Q_SLOTS:
         // Two at once spend the refresh token once: the second finds the first's work.
         QCoro::Task<> renewal = rig.store->refreshIfNeeded();
         QCoro::Task<> overlapping = rig.store->refreshIfNeeded();
-        QTRY_VERIFY(rig.secrets.holdsAsked > holdsBefore || !rig.requestsTo(tokenPath).isEmpty());
-        QVERIFY2(rig.requestsTo(tokenPath).isEmpty(), "a grant went out under another's hold");
+        QTRY_VERIFY(rig.secrets.holdsAsked > holdsBefore ||
+                    !rig.standin.requestsFor(tokenPath).isEmpty());
+        QVERIFY2(rig.standin.requestsFor(tokenPath).isEmpty(),
+                 "a grant went out under another's hold");
         rig.secrets.heldElsewhere = false;
         QCoro::waitFor(renewal);
         QCoro::waitFor(overlapping);
 
-        const auto sent = rig.requestsTo(tokenPath);
+        const auto sent = rig.standin.requestsFor(tokenPath);
         QCOMPARE(sent.size(), 1);
         QCOMPARE(sent[0].query, u"grant_type=refresh_token"_s);
         QCOMPARE(sent[0].header("apikey"), anonKey);
@@ -188,7 +183,8 @@ private Q_SLOTS:
                  QJsonObject({{u"refresh_token"_s, u"R"_s}}));
         QCOMPARE(rig.secrets.items.value(refreshKey), storedToken);
         QCoro::waitFor(rig.store->bearerGET(u"api/mobile/positions"_s));
-        QCOMPARE(rig.requestsTo(positionsPath).value(0).header("Authorization"), "Bearer A2");
+        QCOMPARE(rig.standin.requestsFor(positionsPath).value(0).header("Authorization"),
+                 "Bearer A2");
     }
 
     // A renewal answered after "Sign out" stores nothing, whichever process ran it.
@@ -217,7 +213,7 @@ private Q_SLOTS:
         AuthStore &renewing = elsewhere ? *other : *rig.store;
         QSignalSpy renewed(&renewing, &AuthStore::renewalFinished);
         QCoro::Task<> renewal = elsewhere ? QCoro::Task<>() : renewing.refreshIfNeeded();
-        QTRY_COMPARE(rig.requestsTo(tokenPath).size(), 1);
+        QTRY_COMPARE(rig.standin.requestsFor(tokenPath).size(), 1);
         rig.store->signOut();
         QVERIFY(!rig.secrets.items.contains(refreshKey));
         QVERIFY(renewed.wait(5000));
@@ -229,7 +225,7 @@ private Q_SLOTS:
         rig.defaults.reopen();
         AuthStore &restarted = rig.startAndRestore();
         QVERIFY(!restarted.isSignedIn() && !restarted.portfolio());
-        QCOMPARE(rig.requestsTo(tokenPath).size(), 1);
+        QCOMPARE(rig.standin.requestsFor(tokenPath).size(), 1);
     }
 
     void expiryMargin_data()
@@ -254,7 +250,7 @@ private Q_SLOTS:
         rig.clock.set(rig.clock.now().addSecs(secondsLater));
         rig.standin.answer(tokenPath, 500, {});
         QCoro::waitFor(rig.store->bearerGET(u"api/mobile/portfolio"_s));
-        QCOMPARE(rig.requestsTo(tokenPath).size(), refreshes ? 1 : 0);
+        QCOMPARE(rig.standin.requestsFor(tokenPath).size(), refreshes ? 1 : 0);
     }
 
     void cacheRestore_data()
@@ -375,14 +371,14 @@ private Q_SLOTS:
         QCOMPARE(QCoro::waitFor(rig.store->setAutoExecution(wanted)), accepted);
         QCOMPARE(rig.store->lastError().value_or(QString()), error);
         QVERIFY(rig.store->isSignedIn());
-        const auto patch = rig.requestsTo(autoExecutionPath);
+        const auto patch = rig.standin.requestsFor(autoExecutionPath);
         QCOMPARE(patch.size(), 1);
         QCOMPARE(patch[0].header("Authorization"), "Bearer A");
         QCOMPARE(QJsonDocument::fromJson(patch[0].body).object(),
                  QJsonObject({{u"enabled"_s, wanted}}));
         // Only the reloaded portfolio shows the new state.
         QCOMPARE(rig.store->portfolio()->worker->autoExecuteEnabled, !accepted || reload != 200);
-        QCOMPARE(rig.requestsTo(portfolioPath).size(), accepted ? 1 : 0);
+        QCOMPARE(rig.standin.requestsFor(portfolioPath).size(), accepted ? 1 : 0);
     }
 };
 

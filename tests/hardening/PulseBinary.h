@@ -15,8 +15,7 @@ namespace testing {
 
 inline const QString refreshTokenKey = QString::fromLatin1(AuthStore::refreshTokenKey);
 
-// The keychain the binary keeps its session in, opened afresh each time: a store that lives on
-// remembers what it read, and writes only reach the keychain for sure when it is gone.
+// The binary's keychain, opened afresh: a store that lives on remembers what it read.
 inline KeychainSecretStore appKeychain()
 {
     return KeychainSecretStore(MireoConfig::keychainService());

@@ -8,9 +8,8 @@
 
 namespace testing {
 
-// What a settings file left behind at any moment must satisfy: it parses, the public cache is
-// whole (a cached return always has its fetch time, which is what makes it restorable), and a
-// cached portfolio decodes. Empty when it holds; otherwise one line per broken rule.
+// A settings file left at any moment parses, its caches are whole (a cached return has its fetch
+// time) and decode. One line per broken rule.
 inline QStringList settingsProblems(const QString &path)
 {
     QStringList problems;

@@ -113,8 +113,7 @@ standin::Override answerFor(const EndpointCase &target, const FaultCase &fault,
     case Fault::Huge:
         answer.body += QByteArray(50 * 1024 * 1024 - answer.body.size(), ' ');
         break;
-    // 308 to the same resource at an address of its own on the same origin: followed, and it
-    // works; the token grant keeps its query.
+    // 308 on the same origin: followed, and it works; the token grant keeps its query.
     case Fault::Moved:
         answer.location =
             QByteArray(target.path) +
@@ -134,9 +133,8 @@ standin::Override answerFor(const EndpointCase &target, const FaultCase &fault,
 
 } // namespace
 
-// Every endpoint a headless run calls, against every way a server or network can fail, through
-// the real binary with a stored session: the screen keeps its last good numbers, says so in the
-// rules' words, never reads a failed body and never retries in a loop.
+// Every endpoint a headless run calls, against every way a server can fail, through the binary:
+// the last good numbers stay, the rules' words say so, no failed body is read, nothing loops.
 class TestFaultMatrix : public QObject
 {
     Q_OBJECT
@@ -196,8 +194,7 @@ private Q_SLOTS:
         QTest::addColumn<int>("fault");
         for (const EndpointCase &target : endpoints)
             for (int row = 0; row < faults.size(); ++row)
-                // A slow answer costs a whole time-out: one per limit (the public book's, the
-                // statistics' own, the session's) is enough; the account calls share the last.
+                // A slow answer costs a time-out: one per limit; the account calls share one.
                 if (faults[row].fault != Fault::Slow || target.endpoint <= Endpoint::Token)
                     QTest::addRow("%s %s", target.path, faults[row].name)
                         << int(target.endpoint) << row;
@@ -234,8 +231,7 @@ private Q_SLOTS:
         const bool failed = kind.fault != Fault::Good && kind.fault != Fault::Moved;
         const auto on = [&](Endpoint e) { return failed && Endpoint(endpoint) == e; };
 
-        // No storm: one request per path (a redirect's hops aside), and none after a step that
-        // failed.
+        // No storm: one request per path (a redirect's hops aside), none after a failed step.
         const bool noSession = on(Endpoint::Token);
         const bool noFollowUps = noSession || on(Endpoint::Portfolio);
         for (const EndpointCase &each : endpoints) {
@@ -292,7 +288,6 @@ private Q_SLOTS:
         QVERIFY(settings.contains(u"cache.pulse.returnPct"_s));
         QCOMPARE(settings.contains(u"cache.portfolio.json"_s), !deadSession);
 
-        // A failure leaves the good state behind, except a dead session that took the cache along.
         m_primed = !deadSession;
         m_matrix[endpoint][fault] = u"ok"_s;
     }

@@ -9,9 +9,8 @@
 
 using namespace Qt::StringLiterals;
 
-// A whole session's life with the real binary (stored session, renewal, account loads, a live
-// process, revocation and sign-out): no access or refresh token ever reaches a file it writes,
-// its output, its command line or its environment.
+// A session's whole life with the real binary: no token reaches a file it writes, its output,
+// its command line or its environment.
 class TestSecrets : public QObject
 {
     Q_OBJECT
@@ -23,9 +22,8 @@ class TestSecrets : public QObject
 
     void expose(const QString &where, const QByteArray &what) { m_exposed.append({where, what}); }
 
-    // A live `--follow --json` until it prints `shown` (the account loaded, or signed out) and
-    // the keychain holds a session or not, as `signedIn` says, with its command line and
-    // environment read from /proc while it runs.
+    // A live `--follow --json` until it prints `shown` and the keychain agrees with `signedIn`;
+    // its /proc command line and environment are read meanwhile.
     void followUntil(const testing::PulseBinary &binary, const testing::StandinFixture &standin,
                      const QByteArray &shown, bool signedIn, const QString &name)
     {
@@ -104,8 +102,7 @@ private Q_SLOTS:
         QVERIFY(!testing::appKeychain().read(testing::refreshTokenKey));
 
         tokens += tokensIn(standin.server.requests());
-        // Renewals happened: at least the first pair, three renewed refresh tokens and their
-        // access tokens went by.
+        // The first pair and three renewals went by.
         QVERIFY2(tokens.size() >= 6, QByteArray::number(tokens.size()).constData());
 
         for (QDirIterator files(binary.folder(), QDir::Files, QDirIterator::Subdirectories);

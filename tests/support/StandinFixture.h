@@ -29,14 +29,14 @@ struct StandinFixture
         response.body = body;
         server.overrideNext(path, response, count);
     }
-    // How many requests to `path` the stand-in has logged since it last cleared them.
-    int requestsTo(QStringView path) const
+    // The requests to `path` the stand-in has logged since it last cleared them.
+    QList<standin::Request> requestsFor(QStringView path) const
     {
-        int count = 0;
-        for (const auto &request : server.requests())
-            count += request.path == path;
-        return count;
+        QList<standin::Request> matching = server.requests();
+        matching.removeIf([path](const standin::Request &request) { return request.path != path; });
+        return matching;
     }
+    int requestsTo(QStringView path) const { return int(requestsFor(path).size()); }
 };
 
 // A loopback URL where nothing listens: connections are refused at once. Its port stays bound,
