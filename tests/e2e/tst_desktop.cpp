@@ -219,9 +219,8 @@ class TestDesktop : public QObject
     QStringList presentedRefreshTokens() const
     {
         QStringList tokens;
-        for (const auto &request : m_standin.server.requests())
-            if (request.path == u"/auth/v1/token")
-                tokens << QJsonDocument::fromJson(request.body)[u"refresh_token"_s].toString();
+        for (const auto &request : m_standin.requestsFor(u"/auth/v1/token"))
+            tokens << QJsonDocument::fromJson(request.body)[u"refresh_token"_s].toString();
         return tokens;
     }
     // A backend that rotates refresh tokens refuses one presented twice: the session would end.
@@ -244,14 +243,6 @@ class TestDesktop : public QObject
         return QJsonDocument::fromJson(runApp({u"--status-json"_s}).out)[u"account"_s][key];
     }
     QJsonValue autoOnInApp() { return account(u"worker"_s)[u"autoExecuteEnabled"_s]; }
-    // Kill switch off and auto-execution on, as the app shows it.
-    void resetWorker()
-    {
-        m_standin.server.setKillSwitch(false);
-        m_standin.server.setAutoExecuteEnabled(true);
-        waitForPolls(2);
-        QTRY_COMPARE_WITH_TIMEOUT(autoOnInApp(), QJsonValue(true), 20000);
-    }
 
 private Q_SLOTS:
     void initTestCase()
@@ -446,7 +437,7 @@ private Q_SLOTS:
     // popover takes the keyboard from it.
     void pauseAsksInsideTheOpenPopover()
     {
-        resetWorker();
+        QTRY_COMPARE_WITH_TIMEOUT(autoOnInApp(), QJsonValue(true), 20000);
         const auto popover = openPopover();
         QVERIFY(popover);
         const Windows withPopover = windows();

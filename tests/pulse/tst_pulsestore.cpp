@@ -134,22 +134,6 @@ private Q_SLOTS:
         QCOMPARE(store.sparkline(), range(0, 5));
     }
 
-    void recordWithoutConsolidatedClearsTheNumber()
-    {
-        Rig rig;
-        PulseStore &store = rig.started();
-        rig.standin.answer(trackRecordPath, 200, R"({"has_data":true})");
-        QVERIFY(rig.refreshAndSettle());
-        QCOMPARE(store.returnPct(), std::nullopt);
-        QCOMPARE(store.openPositions(), 0);
-        QCOMPARE(store.lastError(), std::nullopt);
-        QCOMPARE(store.menuTitle(), u"M\u00B7"_s);
-        rig.defaults.reopen();
-        QVERIFY(!rig.defaults->number(u"cache.pulse.returnPct"_s));
-        QVERIFY(!rig.defaults->date(u"cache.pulse.lastUpdate"_s));
-        QVERIFY(rig.defaults->date(u"cache.pulse.fetchedAt"_s));
-    }
-
     // A new series shows once it has three values; a failed one leaves the old in place.
     void statsRules_data()
     {

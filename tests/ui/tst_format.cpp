@@ -1,7 +1,6 @@
 #include "base/FixedDecimal.h"
 #include "ui/Format.h"
 #include "ui/PanelSummary.h"
-#include "ui/SparklineView.h"
 
 #include <QJsonDocument>
 #include <QTest>
@@ -9,7 +8,6 @@
 #include <limits>
 
 using ui::FormatLocale;
-using PointList = QList<QPointF>;
 using namespace Qt::StringLiterals;
 using namespace std::string_view_literals;
 
@@ -142,29 +140,6 @@ private Q_SLOTS:
         QFETCH(QString, text);
         QFETCH(QString, expected);
         QCOMPARE(text, expected);
-    }
-
-    // The sparkline's points: the highest 5 % below the top, the lowest 5 % above the bottom.
-    void sparkline_data()
-    {
-        QTest::addColumn<QList<double>>("values");
-        QTest::addColumn<QSizeF>("size");
-        QTest::addColumn<PointList>("expected");
-
-        QTest::newRow("flat lies on the bottom band")
-            << QList<double>{5, 5} << QSizeF(344, 26) << PointList{{0, 24.7}, {344, 24.7}};
-        QTest::newRow("spread over the height") << QList<double>{10, 30, 20} << QSizeF(100, 20)
-                                                << PointList{{0, 19}, {50, 1}, {100, 10}};
-    }
-    void sparkline()
-    {
-        QFETCH(QList<double>, values);
-        QFETCH(QSizeF, size);
-        QFETCH(PointList, expected);
-        const PointList points = ui::sparklinePoints(values, size);
-        QCOMPARE(points.size(), expected.size());
-        for (qsizetype i = 0; i < points.size(); ++i)
-            QVERIFY((points[i] - expected[i]).manhattanLength() < 1e-6);
     }
 };
 
