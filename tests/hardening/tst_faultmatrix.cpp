@@ -24,7 +24,7 @@ enum class Fault {
     Huge,
     Moved,
     Loop,
-    ElsewhereTo
+    Away
 };
 
 struct EndpointCase
@@ -63,23 +63,13 @@ struct FaultCase
     int status = 200;
 };
 
-const QList<FaultCase> faults = {{Fault::Good, "200"},
-                                 {Fault::Status, "204", 204},
-                                 {Fault::Status, "301", 301},
-                                 {Fault::Status, "400", 400},
-                                 {Fault::Status, "401", 401},
-                                 {Fault::Status, "404", 404},
-                                 {Fault::Status, "500", 500},
-                                 {Fault::Status, "503", 503},
-                                 {Fault::Slow, "slow"},
-                                 {Fault::Dropped, "cut"},
-                                 {Fault::NotJson, "html"},
-                                 {Fault::WrongTypes, "types"},
-                                 {Fault::Empty, "empty"},
-                                 {Fault::Huge, "50MB"},
-                                 {Fault::Moved, "moved", 308},
-                                 {Fault::Loop, "loop", 302},
-                                 {Fault::ElsewhereTo, "away", 307}};
+const QList<FaultCase> faults = {
+    {Fault::Good, "200"},        {Fault::Status, "204", 204}, {Fault::Status, "301", 301},
+    {Fault::Status, "400", 400}, {Fault::Status, "401", 401}, {Fault::Status, "404", 404},
+    {Fault::Status, "500", 500}, {Fault::Status, "503", 503}, {Fault::Slow, "slow"},
+    {Fault::Dropped, "cut"},     {Fault::NotJson, "html"},    {Fault::WrongTypes, "types"},
+    {Fault::Empty, "empty"},     {Fault::Huge, "50MB"},       {Fault::Moved, "moved", 308},
+    {Fault::Loop, "loop", 302},  {Fault::Away, "away", 307}};
 
 standin::Override answerFor(const EndpointCase &target, const FaultCase &fault,
                             const QUrl &elsewhere)
@@ -124,7 +114,7 @@ standin::Override answerFor(const EndpointCase &target, const FaultCase &fault,
         answer.location = target.path;
         break;
     // 307 to another origin, which answers 404: nothing secret may reach it.
-    case Fault::ElsewhereTo:
+    case Fault::Away:
         answer.location = elsewhere.resolved(QUrl(QString::fromLatin1(target.path))).toEncoded();
         break;
     }
@@ -219,7 +209,7 @@ private Q_SLOTS:
                                           kind.fault == Fault::Loop ? hops : 1);
         m_elsewhere.server.clearRequests();
         // A refresh token's POST never follows it there (checked below), so nothing is queued.
-        if (kind.fault == Fault::ElsewhereTo && Endpoint(endpoint) != Endpoint::Token)
+        if (kind.fault == Fault::Away && Endpoint(endpoint) != Endpoint::Token)
             m_elsewhere.answer(QString::fromLatin1(target.path), 404, target.decoy);
         const QString asOfBefore = m_cachedAsOf;
         const QString token =
@@ -245,7 +235,7 @@ private Q_SLOTS:
         // The other origin got what a redirect sent it, and nothing that was only ours.
         const auto &away = m_elsewhere.server.requests();
         const bool sendsBody = Endpoint(endpoint) == Endpoint::Token;
-        QCOMPARE(away.size(), kind.fault == Fault::ElsewhereTo && !sendsBody ? 1 : 0);
+        QCOMPARE(away.size(), kind.fault == Fault::Away && !sendsBody ? 1 : 0);
         for (const auto &request : away) {
             QVERIFY(request.header("Authorization").isEmpty());
             QVERIFY(request.header("apikey").isEmpty());
