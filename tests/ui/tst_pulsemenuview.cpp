@@ -21,8 +21,7 @@ namespace {
 class FakeLoginItem final : public LoginItem
 {
 public:
-    Status state = Status::NotRegistered;
-    Status status() const override { return state; }
+    Status status() const override { return Status::NotRegistered; }
     bool registerItem() override { return false; }
     bool unregisterItem() override { return true; }
 };
@@ -40,14 +39,12 @@ struct Stores : testing::AccountRig
     std::unique_ptr<PulseStore> pulse;
     AppSettings settings{Defaults::shared()};
 
-    explicit Stores(bool withAccount = true)
+    Stores()
     {
         settings.setLanguage(u"en"_s);
-        if (withAccount) {
-            secrets.items.insert(QString::fromLatin1(AuthStore::refreshTokenKey), "refresh");
-            defaults->setData("cache.portfolio.json", autoOnPortfolio);
-            defaults->setDate("cache.portfolio.asOf", clock.now().addSecs(-42));
-        }
+        secrets.items.insert(QString::fromLatin1(AuthStore::refreshTokenKey), "refresh");
+        defaults->setData("cache.portfolio.json", autoOnPortfolio);
+        defaults->setDate("cache.portfolio.asOf", clock.now().addSecs(-42));
         pulse = std::make_unique<PulseStore>(http, *defaults, clock, standin.url());
         store = std::make_unique<AuthStore>(
             http, *defaults, clock, secrets, browser,
@@ -66,12 +63,10 @@ struct Stores : testing::AccountRig
             5000);
     }
 
-    std::unique_ptr<ui::PulseMenuView> view(std::function<void()> onCheckUpdates = {})
+    std::unique_ptr<ui::PulseMenuView> view()
     {
-        auto view = std::make_unique<ui::PulseMenuView>(
-            ui::PulseMenuView::Services{*pulse, *store, settings, loginItem, browser, clock,
-                                        standin.url()},
-            std::move(onCheckUpdates));
+        auto view = std::make_unique<ui::PulseMenuView>(ui::PulseMenuView::Services{
+            *pulse, *store, settings, loginItem, browser, clock, standin.url()});
         view->setFormatLocale({u"en_US"_s, "UTC"});
         return view;
     }
