@@ -32,8 +32,7 @@ bool press(const QString &keys)
     return run("xdotool", QStringList{"key", "--delay", "20"} + keys.split(' '));
 }
 
-// Presses `keys`, then `sentinel`, which activates: X delivers in order, so once the
-// sentinel's activation is here, so is whatever `keys` did.
+// X delivers in order: once `sentinel`, pressed after `keys`, has activated, so has `keys`.
 bool countAfter(QSignalSpy &activated, const QString &keys, const QString &sentinel, int expected)
 {
     activated.clear();
@@ -52,7 +51,7 @@ bool pressUntilActivated(QSignalSpy &activated, const QString &keys)
     return false;
 }
 
-// The portal's global shortcuts: answers through each Request's Response; keeps what was bound.
+// The portal's global shortcuts, answering through each Request's Response.
 class ShortcutsPortal : public QDBusAbstractAdaptor
 {
     Q_OBJECT
@@ -99,8 +98,6 @@ public Q_SLOTS:
                                   const QDBusMessage &message)
     {
         bindings << shortcuts;
-        if (bindCode == 0)
-            kept = shortcuts;
         return answer(message, options, {{"shortcuts", QVariant::fromValue(shortcuts)}}, bindCode);
     }
 
@@ -123,8 +120,7 @@ private:
 
 } // namespace
 
-// The quick panel's key: grabbed on Qt's X connection or on one of its own (the app on Wayland),
-// or bound through the desktop portal.
+// The quick panel's key, grabbed on X (Qt's connection or its own) or bound through the portal.
 class TestHotKey : public QObject
 {
     Q_OBJECT
@@ -146,9 +142,8 @@ class TestHotKey : public QObject
 private Q_SLOTS:
     void initTestCase() { registerTypes(); }
 
-    // Lock keys do not matter, other modifiers do. The key is where K sits on a US keyboard,
-    // whatever the layout (Dvorak's "t", Russian "л"); a grab held follows Num Lock to another
-    // modifier.
+    // Lock keys do not matter, other modifiers do. The key is where K sits on a US keyboard in
+    // any layout (Dvorak's "t", Russian "л"); the grab follows Num Lock to another modifier.
     void pressing_data()
     {
         QTest::addColumn<bool>("shared");
@@ -199,8 +194,7 @@ private Q_SLOTS:
         QVERIFY(countAfter(activated, keys, sentinel, activations));
     }
 
-    // Another X client got there first: nothing fires here. A second combination, or one X
-    // cannot name, is refused too.
+    // Refused: a key another X client got first, a second combination, one X cannot name.
     void aCombinationTakenElsewhereStaysInert()
     {
         requireX();

@@ -23,7 +23,6 @@ QDateTime ny(int y, int m, int d, int h, int min, int s = 0)
 }
 } // namespace
 
-// The shell's rules that need no window.
 class TestShellRules : public QObject
 {
     Q_OBJECT
@@ -196,7 +195,6 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("text");
         QTest::addColumn<UrlRoute>("route");
-        QTest::newRow("open") << "mireopulse://open" << UrlRoute::ToggleQuickPanel;
         QTest::newRow("pulse") << "mireopulse://pulse" << UrlRoute::ToggleQuickPanel;
         QTest::newRow("open with user and port")
             << "mireopulse://me@open:80" << UrlRoute::ToggleQuickPanel;
