@@ -183,7 +183,10 @@ private Q_SLOTS:
         QVERIFY(hotKey->registerCombination(HotKey::quickPanelCombination));
         QSignalSpy activated(hotKey.get(), &HotKey::activated);
         // A fresh US keymap brings the usual modifiers back too.
-        const auto restore = qScopeGuard([] { run("setxkbmap", {"-layout", "us", "-option"}); });
+        const auto restore = qScopeGuard([&keymap] {
+            if (!keymap.isEmpty())
+                run("setxkbmap", {"-layout", "us", "-option"});
+        });
         if (!keymap.isEmpty()) {
             QVERIFY(run(keymap.first(), keymap.mid(1)));
             QVERIFY(pressUntilActivated(activated, sentinel));
