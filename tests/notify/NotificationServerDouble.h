@@ -27,7 +27,6 @@ public:
     QList<Call> calls;
     bool hung = false; // calls are recorded but never answered
 
-    // Registers the object and takes the well-known name on `bus`.
     bool serveOn(QDBusConnection bus)
     {
         m_bus = bus;
