@@ -1,6 +1,7 @@
 #include "app/DesktopMode.h"
 
 #include "app/AppDelegate.h"
+#include "app/ShellRules.h"
 #include "app/UrlRouting.h"
 #include "platform/linux/DesktopExec.h"
 #include "platform/linux/FocusToken.h"
@@ -32,16 +33,6 @@ bool isHeadlessCommand(int argc, char *argv[])
 }
 
 namespace {
-
-bool routesThroughXWayland(int argc, char *argv[])
-{
-    for (int i = 1; i < argc; ++i) {
-        if (std::strcmp(argv[i], "-platform") == 0 || std::strcmp(argv[i], "--platform") == 0)
-            return false;
-    }
-    return !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
-           !qEnvironmentVariableIsEmpty("DISPLAY") && !qEnvironmentVariableIsSet("QT_QPA_PLATFORM");
-}
 
 // The next window shown takes the focus the launcher asked for. Qt's Wayland shell hands the
 // token to the compositor at the next activation and drops it; on X11 it marks the next window.
@@ -117,7 +108,7 @@ int runDesktop(int argc, char *argv[])
     std::vector<char *> arguments(argv, argv + argc);
     char platformOption[] = "-platform";
     char xcb[] = "xcb";
-    if (routesThroughXWayland(argc, argv))
+    if (ShellRules::routesThroughXWayland(argc, argv))
         arguments.insert(arguments.begin() + 1, {platformOption, xcb});
     int count = int(arguments.size());
     arguments.push_back(nullptr);

@@ -3,7 +3,7 @@
 #include <QDateTime>
 #include <optional>
 
-// The shell's timing rules, apart from the timers and windows that apply them.
+// The shell's rules, apart from the timers and windows that apply them.
 namespace ShellRules {
 
 inline constexpr int closedMarketTickStride = 5;
@@ -17,5 +17,9 @@ bool pollsAccount(qint64 tick, bool marketOpen);
 // most two minutes old, nor while a refresh is under way.
 bool refreshesOnOpen(const std::optional<QDateTime> &fetchedAt, bool refreshing,
                      const QDateTime &now);
+
+// Whether the app runs through XWayland: on a Wayland session with X beside it, unless the user
+// chose a platform (QT_QPA_PLATFORM or -platform). There, windows go where we put them.
+bool routesThroughXWayland(int argc, char *argv[]);
 
 } // namespace ShellRules

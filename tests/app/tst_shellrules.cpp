@@ -139,6 +139,23 @@ private Q_SLOTS:
         QVERIFY(!ShellRules::refreshesOnOpen(now.addSecs(600), false, now));
     }
 
+    // Through XWayland on a Wayland session with X beside it, unless the user chose a platform.
+    void xwaylandRoute()
+    {
+        char app[] = "mireo-pulse", option[] = "-platform", wayland[] = "wayland";
+        char *plain[] = {app}, *chosen[] = {app, option, wayland};
+        qputenv("WAYLAND_DISPLAY", "wayland-0");
+        qputenv("DISPLAY", ":0");
+        qunsetenv("QT_QPA_PLATFORM");
+        QVERIFY(ShellRules::routesThroughXWayland(1, plain));
+        QVERIFY(!ShellRules::routesThroughXWayland(3, chosen));
+        qputenv("QT_QPA_PLATFORM", "wayland");
+        QVERIFY(!ShellRules::routesThroughXWayland(1, plain));
+        qunsetenv("QT_QPA_PLATFORM");
+        qunsetenv("DISPLAY");
+        QVERIFY(!ShellRules::routesThroughXWayland(1, plain));
+    }
+
     void marketHours_data()
     {
         QTest::addColumn<QDateTime>("now");
