@@ -1,9 +1,7 @@
 #include "settings/AppSettings.h"
 #include "settings/L.h"
-#include "settings/SettingsFileWatcher.h"
 #include "support/TestSupport.h"
 
-#include <QSignalSpy>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -69,22 +67,6 @@ private Q_SLOTS:
         QCOMPARE(L::decide(stored.isValid() ? std::optional(stored.toString()) : std::nullopt,
                            preferred),
                  portuguese);
-    }
-
-    // Another process (mireo-pulse --set-metric) writes the file; the running app follows.
-    void followsChoicesWrittenElsewhere()
-    {
-        testing::TempDefaults running;
-        AppSettings settings(*running);
-        SettingsFileWatcher watcher(*running, settings);
-        QSignalSpy metric(&settings, &AppSettings::menuMetricChanged);
-        QSignalSpy language(&settings, &AppSettings::languageChanged);
-        Defaults other(running.path());
-        AppSettings(other).setMenuMetric(u"pnl"_s);
-        other.sync();
-        QTRY_COMPARE(settings.menuMetric(), u"pnl"_s);
-        QCOMPARE(metric.count(), 1);
-        QCOMPARE(language.count(), 0); // unchanged values are not announced
     }
 
     void defaultsKeepTypesAcrossARestart()
