@@ -133,7 +133,6 @@ private Q_SLOTS:
         };
         row("portfolio: missing count adds 0", 'p',
             R"({"accounts":[{"label":"A"},{"positions":4}]})", u"4"_s);
-        row("portfolio: totals null", 'p', R"({"accounts":[],"totals":null})", u"0"_s);
         row("portfolio: no accounts", 'p', R"({"plan":"pro"})");
         row("portfolio: count as string", 'p', R"({"accounts":[{"positions":"2"}]})");
         row("portfolio: switch as number", 'p', R"({"accounts":[],"worker":{"killSwitch":1}})");
@@ -152,8 +151,6 @@ private Q_SLOTS:
         row("swing: decision", 'w', R"({"decidedAt":"2025-03-07T15:15:00.000Z",
             "signals":[{"symbol":"NVDA"},{"symbol":"AAPL","extra":1}]})",
             u"NVDA AAPL"_s);
-        row("swing: decided, no trade", 'w',
-            R"({"decidedAt":"2025-03-07T15:15:00.000Z","signals":[]})", QString());
         row("swing: no decision yet", 'w', R"({"signals":[]})", u"-"_s);
         row("swing: signal without symbol", 'w', R"({"decidedAt":"x","signals":[{}]})");
         row("swing: decidedAt as number", 'w', R"({"decidedAt":1,"signals":[]})");
