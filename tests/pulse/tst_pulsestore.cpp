@@ -1,8 +1,5 @@
-#include "net/HttpClient.h"
 #include "pulse/PulseStore.h"
-#include "settings/MireoConfig.h"
-#include "support/StandinFixture.h"
-#include "support/TestSupport.h"
+#include "support/AccountRig.h"
 
 #include <QCoroTask>
 #include <QSignalSpy>
@@ -39,19 +36,14 @@ class TestPulseStore : public QObject
 {
     Q_OBJECT
 
-    struct Rig
+    // The account side of the rig stays unused: the public book needs no session.
+    struct Rig : testing::AccountRig
     {
-        testing::StandinFixture standin;
-        net::HttpClient http{QByteArray(MireoConfig::userAgent)};
-        testing::TempDefaults defaults;
-        testing::ManualClock clock;
         std::unique_ptr<PulseStore> store;
 
-        Rig() { http.setTimeoutLimit(testing::shortTimeout); }
-        PulseStore &start(const QUrl &url = {})
+        PulseStore &start()
         {
-            store = std::make_unique<PulseStore>(http, *defaults, clock,
-                                                 url.isEmpty() ? standin.url() : url);
+            store = std::make_unique<PulseStore>(http, *defaults, clock, standin.url());
             return *store;
         }
         // A store whose launch refresh got `record` and is over.
@@ -63,11 +55,11 @@ class TestPulseStore : public QObject
                 qFatal("the launch refresh never finished");
             return *store;
         }
-        // Waits for the refreshes started so far (the creation's included) to finish.
-        bool settle(int refreshes = 1)
+        // Waits for the refresh under way (the creation's included) to finish.
+        bool settle()
         {
             QSignalSpy finished(store.get(), &PulseStore::refreshFinished);
-            return QTest::qWaitFor([&] { return finished.count() >= refreshes; }, 5000);
+            return QTest::qWaitFor([&] { return !finished.isEmpty(); }, 5000);
         }
         bool refreshAndSettle()
         {
