@@ -231,7 +231,6 @@ private Q_SLOTS:
         QTest::addColumn<QString>("expiresIn"); // empty: not given
         QTest::addColumn<int>("secondsLater");
         QTest::addColumn<bool>("refreshes");
-        QTest::newRow("120 s, 59 s later") << u"120"_s << 59 << false;
         QTest::newRow("default, just inside") << QString() << 3539 << false;
         QTest::newRow("default, past the margin") << QString() << 3541 << true;
         QTest::newRow("fractional, past") << u"90.5"_s << 31 << true;

@@ -6,9 +6,18 @@
 #include <QSignalSpy>
 #include <QTest>
 #include <cstdio>
-#include <malloc.h>
 #ifdef __SANITIZE_ADDRESS__
 extern "C" size_t __sanitizer_get_current_allocated_bytes(); // GCC installs no header for it
+static size_t liveHeap()
+{
+    return __sanitizer_get_current_allocated_bytes();
+}
+#else
+#include <malloc.h>
+static size_t liveHeap()
+{
+    return mallinfo2().uordblks;
+}
 #endif
 
 using namespace Qt::StringLiterals;
@@ -25,11 +34,7 @@ class TestResources : public QObject
     // Open descriptors and the live heap in KiB (under ASan, not counting its quarantine).
     static std::pair<qsizetype, qint64> usage()
     {
-#ifdef __SANITIZE_ADDRESS__
-        const auto heap = qint64(__sanitizer_get_current_allocated_bytes() / 1024);
-#else
-        const auto heap = qint64(mallinfo2().uordblks / 1024);
-#endif
+        const auto heap = qint64(liveHeap() / 1024);
         return {QDir(u"/proc/self/fd"_s).entryList(QDir::Files | QDir::System).size(), heap};
     }
 

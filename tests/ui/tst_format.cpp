@@ -78,7 +78,6 @@ private Q_SLOTS:
         const QDateTime ten(QDate(2025, 3, 7), QTime(10, 0), Qt::UTC);
         const QDateTime one(QDate(2025, 3, 7), QTime(1, 0), Qt::UTC);
         const qint64 minute = 60'000, hour = 60 * minute, day = 24 * hour;
-        phrase("90 s ago rounds up", "en_US", "UTC", friday, -90'000, "2 minutes ago");
         phrase("1 h 35 min ahead", "en_US", "UTC", friday, 95 * minute, "in 2 hours");
         phrase("59.6 s ago is a minute", "en_US", "UTC", friday, -59'600, "1 minute ago");
         phrase("day after tomorrow counts whole days", "en_US", "UTC", ten, 47 * hour, "in 2 days");

@@ -3,7 +3,6 @@
 #include "support/AccountRig.h"
 #include "ui/ConfirmationSheet.h"
 #include "ui/LoginItem.h"
-#include "ui/OnboardingView.h"
 #include "ui/PulseMenuModel.h"
 #include "ui/PulseMenuSections.h"
 #include "ui/PulseMenuView.h"
@@ -509,18 +508,6 @@ private Q_SLOTS:
             input.locale = {u"pt_PT"_s, "UTC"};
             problems << layoutProblemsOf(input, name + u"-pt"_s);
         }
-        QVERIFY2(problems.isEmpty(), qPrintable(problems.join(u'\n')));
-    }
-
-    void onboarding()
-    {
-        AppSettings settings(Defaults::shared());
-        settings.setLanguage(u"pt"_s);
-        ui::OnboardingView view(settings);
-        QVERIFY(ui::renderWidgetToPng(view, artifact(u"onboarding-pt"_s)));
-        QCOMPARE(view.findChild<QPushButton *>(u"signIn"_s)->text(), u"Iniciar sessão na Mireo"_s);
-        const QStringList problems =
-            layoutProblems(view, view.rect().marginsRemoved({26, 26, 26, 26}));
         QVERIFY2(problems.isEmpty(), qPrintable(problems.join(u'\n')));
     }
 
