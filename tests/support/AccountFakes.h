@@ -10,23 +10,20 @@
 
 namespace testing {
 
-// A keychain in memory; `available = false` behaves like a desktop without a keychain service:
-// reads find nothing and writes are lost; `answering = false` like a locked one. `heldElsewhere` is
-// another process holding the keychain: a hold asked for meanwhile waits until it is released.
+// A keychain in memory; `answering = false` behaves like a locked one, `heldElsewhere` like another
+// process holding it: a hold asked for meanwhile waits until it is released.
 class InMemorySecretStore final : public SecretStore
 {
 public:
-    bool available = true;
     bool heldElsewhere = false;
-    bool answering = true; // false: reads wait, as a locked keychain's do
+    bool answering = true;
     int holdsAsked = 0;
     int reads = 0;
     QHash<QString, QString> items;
 
     QCoro::Task<> replace(QString key, QString value) override
     {
-        if (available)
-            items.insert(key, value);
+        items.insert(key, value);
         co_return;
     }
     QCoro::Task<Read> read(QString key) override
@@ -34,10 +31,7 @@ public:
         ++reads;
         while (!answering)
             co_await QCoro::sleepFor(std::chrono::milliseconds(5));
-        const auto found = items.constFind(key);
-        if (!available || found == items.cend())
-            co_return Read{true, std::nullopt};
-        co_return Read{true, *found};
+        co_return Read{true, items.contains(key) ? std::optional(items.value(key)) : std::nullopt};
     }
     QCoro::Task<> remove(QString key) override
     {

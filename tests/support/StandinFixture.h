@@ -3,9 +3,6 @@
 #include "Server.h"
 
 #include <QTest>
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
 
 namespace testing {
 
@@ -38,23 +35,5 @@ struct StandinFixture
     }
     int requestsTo(QStringView path) const { return int(requestsFor(path).size()); }
 };
-
-// A loopback URL where nothing listens: connections are refused at once. Its port stays bound,
-// never listening, for the life of the test process, so nothing else can take it meanwhile.
-inline QUrl refusingUrl()
-{
-    static const quint16 port = [] {
-        const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        if (fd < 0 || ::bind(fd, reinterpret_cast<sockaddr *>(&address), size) != 0 ||
-            ::getsockname(fd, reinterpret_cast<sockaddr *>(&address), &size) != 0)
-            qFatal("no loopback port to reserve");
-        return ntohs(address.sin_port);
-    }();
-    return QUrl(QStringLiteral("http://127.0.0.1:%1").arg(port));
-}
 
 } // namespace testing

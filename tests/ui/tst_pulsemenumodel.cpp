@@ -291,10 +291,9 @@ struct Stores : testing::AccountRig
         secrets.items.insert(QString::fromLatin1(AuthStore::refreshTokenKey), "refresh");
         defaults->setData("cache.portfolio.json", autoOnPortfolio);
         defaults->setDate("cache.portfolio.asOf", clock.now().addSecs(-42));
+        standin.answer(u"/auth/v1/token"_s, 503, {}, 5); // offline: the cache stays
         pulse = std::make_unique<PulseStore>(http, *defaults, clock, standin.url());
-        store = std::make_unique<AuthStore>(
-            http, *defaults, clock, secrets, browser,
-            AuthStore::Endpoints{standin.url(), testing::refusingUrl(), "anon"});
+        start();
         QCoreApplication::processEvents(); // the launch reads the keychain, shows the cache
     }
 
