@@ -99,8 +99,6 @@ private Q_SLOTS:
         const QString at = u"mireopulse://auth#"_s;
         row("all members", at + u"access_token=A&expires_in=3600&refresh_token=R&token_type=b"_s,
             u"R"_s);
-        row("later duplicate wins", at + u"access_token=A&refresh_token=R1&refresh_token=R2"_s,
-            u"R2"_s);
         row("encoded = decoded", at + u"access_token=A&refresh_token=R%3Dq%2Fz"_s, u"R=q/z"_s);
         row("empty value ignored", at + u"access_token=&refresh_token=R"_s, {},
             u"sign-in failed"_s);
@@ -260,7 +258,6 @@ private Q_SLOTS:
         QTest::newRow("signed out: not shown") << false << portfolioBody << true << false << true;
         QTest::newRow("undecodable cache")
             << true << QByteArray(R"({"plan":1})") << true << false << true;
-        QTest::newRow("no cache") << true << QByteArray() << true << false << true;
         QTest::newRow("keychain that never answers: shown at once")
             << true << portfolioBody << true << true << false;
     }

@@ -2,7 +2,7 @@
 #include "app/Updates.h"
 #include "net/HttpClient.h"
 #include "settings/Defaults.h"
-#include "support/AccountFakes.h"
+#include "support/AccountRig.h"
 #include "support/StandinFixture.h"
 #include "support/TestSupport.h"
 

@@ -1,7 +1,7 @@
 #include "PulseBinary.h"
 #include "SettingsCheck.h"
 #include "notify/NotificationServerDouble.h"
-#include "support/PrivateKeyring.h"
+#include "support/PrivateSessionBus.h"
 #include "support/StandinFixture.h"
 #include "support/TestSupport.h"
 
@@ -54,7 +54,7 @@ private Q_SLOTS:
         testing::PulseBinary binary(env);
         const QDateTime start = QDateTime::currentDateTimeUtc().addDays(1);
 
-        int sessionsLost = 0, withPortfolio = 0;
+        int sessionsLost = 0;
         QStringList problemsSeen;
         for (int round = 0; round < rounds; ++round) {
             sessionsLost += !ensureSession(standin) && round > 0;
@@ -74,8 +74,6 @@ private Q_SLOTS:
             follow.kill();
             QVERIFY(follow.waitForFinished(5000));
 
-            withPortfolio += QSettings(binary.settingsPath(), QSettings::IniFormat)
-                                 .contains(u"cache.portfolio.json"_s);
             for (const QString &problem : testing::settingsProblems(binary.settingsPath()))
                 problemsSeen += u"round %1: "_s.arg(round) + problem;
         }
@@ -89,9 +87,9 @@ private Q_SLOTS:
         if (repeats > 0)
             problemsSeen += u"%1 notifications announced again"_s.arg(repeats);
         std::fprintf(stdout,
-                     "crash rounds: %d (seed %u), portfolio cached after %d, notifications %d, "
-                     "sessions lost to a kill mid-renewal %d\n",
-                     rounds, seed, withPortfolio, int(m_notifications.calls.size()), sessionsLost);
+                     "crash rounds: %d (seed %u), notifications %d, sessions lost to a kill "
+                     "mid-renewal %d\n",
+                     rounds, seed, int(m_notifications.calls.size()), sessionsLost);
         std::fflush(stdout);
         QVERIFY2(problemsSeen.isEmpty(), qPrintable(problemsSeen.join(u"\n"_s)));
         QVERIFY(!m_notifications.calls.isEmpty());

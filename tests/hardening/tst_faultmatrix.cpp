@@ -1,7 +1,7 @@
 #include "PulseBinary.h"
 #include "SettingsCheck.h"
 #include "net/HttpClient.h"
-#include "support/PrivateKeyring.h"
+#include "support/PrivateSessionBus.h"
 #include "support/StandinFixture.h"
 
 #include <QJsonArray>
@@ -169,7 +169,6 @@ private Q_SLOTS:
             QSKIP(qPrintable(why));
         m_binary = std::make_unique<testing::PulseBinary>(m_keyring.environment());
         QVERIFY(prime());
-        QCOMPARE(m_good[u"account"_s][u"lastError"_s], QJsonValue());
     }
 
     void init()

@@ -1,5 +1,5 @@
 #include "PulseBinary.h"
-#include "support/PrivateKeyring.h"
+#include "support/PrivateSessionBus.h"
 #include "support/StandinFixture.h"
 
 #include <QDirIterator>

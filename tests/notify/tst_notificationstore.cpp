@@ -194,7 +194,6 @@ private Q_SLOTS:
         row("first sighting off is silent", {}, "0", false, {});
         row("null switch counts as off", true, "n", false, {off});
         row("no worker leaves the mark", true, "w", true, {});
-        row("no portfolio leaves the mark", {}, "-", {}, {});
     }
     void killSwitch()
     {

@@ -1,7 +1,6 @@
 #include "platform/linux/KeychainProcessStore.h"
 #include "platform/linux/KeychainRequests.h"
 #include "platform/linux/KeychainSecretStore.h"
-#include "support/PrivateKeyring.h"
 #include "support/PrivateSessionBus.h"
 
 #include <QCoroTask>

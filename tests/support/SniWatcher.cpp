@@ -1,6 +1,5 @@
 #include "SniWatcher.h"
 
-#include <QDBusConnectionInterface>
 
 SniWatcher::SniWatcher(QString busAddress, QObject *parent)
     : QObject(parent), m_address(std::move(busAddress))

@@ -4,7 +4,6 @@
 #include "settings/Defaults.h"
 
 #include <QTemporaryDir>
-#include <QTimeZone>
 #include <memory>
 
 namespace testing {
