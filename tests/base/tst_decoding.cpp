@@ -150,8 +150,6 @@ private Q_SLOTS:
         row("trades: null trades", 't', R"({"trades":null})");
         row("trades: one without symbol", 't', R"({"trades":[{"symbol":"X"},{"side":"b"}]})");
         row("trades: unused status still typed", 't', R"({"trades":[{"symbol":"X","status":1}]})");
-        row("trades: keys are case-sensitive", 't', R"({"trades":[{"symbol":"X","filledAt":17}]})",
-            u"trades"_s);
     }
     void accountBodies()
     {

@@ -56,7 +56,6 @@ class TestPulseBus : public QObject
         {
             return watcher.start() && QTest::qWaitFor([this] { return item.isVisible(); }, 5000);
         }
-        // The item and we share one thread: wait on the event loop, never block.
         QDBusMessage call(const QString &interface, const QString &method,
                           const QVariantList &arguments = {},
                           const QString &path = u"/StatusNotifierItem"_s)
@@ -199,8 +198,7 @@ private Q_SLOTS:
         QCOMPARE(toolTip.description, u"<span>vs S&amp;P 500\u2029as of 2 minutes ago</span>"_s);
     }
 
-    // A host that clicks at (0, 0) gets the cursor's place. A panel that comes back, or that a
-    // shell extension showing the title had kept the item from, finds it registered again.
+    // A click at (0, 0) is at the cursor; a panel back, or no longer kept away, finds the item.
     void activationAndPanelRestart()
     {
         const auto d = desktop(u"M +1.0%"_s);
